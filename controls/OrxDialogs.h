@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QMessageBox>
+#include <QString>
+#include <QStringList>
+
+class QWidget;
+
+// The one way the program shows modal dialogs: message boxes, questions and
+// file or folder choosers. Code calls OrxDialogs::instance(); the default
+// implementation shows the Qt dialogs, tests install a scripted one that
+// records what was asked and answers from a queue.
+class OrxDialogs
+{
+public:
+    virtual ~OrxDialogs() = default;
+
+    virtual QMessageBox::StandardButton
+    information(QWidget* parent, const QString& title, const QString& text,
+                QMessageBox::StandardButtons buttons = QMessageBox::Ok,
+                QMessageBox::StandardButton defaultButton = QMessageBox::NoButton) = 0;
+    virtual QMessageBox::StandardButton
+    warning(QWidget* parent, const QString& title, const QString& text,
+            QMessageBox::StandardButtons buttons = QMessageBox::Ok,
+            QMessageBox::StandardButton defaultButton = QMessageBox::NoButton) = 0;
+    virtual QMessageBox::StandardButton
+    critical(QWidget* parent, const QString& title, const QString& text,
+             QMessageBox::StandardButtons buttons = QMessageBox::Ok,
+             QMessageBox::StandardButton defaultButton = QMessageBox::NoButton) = 0;
+    virtual QMessageBox::StandardButton
+    question(QWidget* parent, const QString& title, const QString& text,
+             QMessageBox::StandardButtons buttons = QMessageBox::StandardButtons(QMessageBox::Yes |
+                                                                                 QMessageBox::No),
+             QMessageBox::StandardButton defaultButton = QMessageBox::NoButton) = 0;
+    virtual void about(QWidget* parent, const QString& title, const QString& text) = 0;
+
+    virtual QString getOpenFileName(QWidget* parent, const QString& caption, const QString& dir,
+                                    const QString& filter) = 0;
+    virtual QStringList getOpenFileNames(QWidget* parent, const QString& caption,
+                                         const QString& dir, const QString& filter) = 0;
+    virtual QString getSaveFileName(QWidget* parent, const QString& caption, const QString& dir,
+                                    const QString& filter) = 0;
+    virtual QString getExistingDirectory(QWidget* parent, const QString& caption,
+                                         const QString& dir) = 0;
+
+    // The implementation in use: the installed one, else the Qt dialogs.
+    static OrxDialogs& instance();
+    // Installs an implementation (not owned); nullptr restores the Qt dialogs.
+    static void install(OrxDialogs* dialogs);
+};

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QIcon>
 #include <QMainWindow>
 #include <QStyleFactory>
 
@@ -14,6 +15,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(version);
 
     QMainWindow window;
+    window.setWindowIcon(QIcon(":/Images/res/Varnholt.ico"));
     window.setWindowTitle(QCoreApplication::applicationName());
     window.show();
     return app.exec();

@@ -19,12 +19,12 @@ public:
     QVariant Get(const QString& group, const QString& key, const QVariant& defaultValue);
     void Set(const QString& group, const QString& key, const QVariant& value);
 
-    ~OrxSettings();
     OrxSettings(const OrxSettings&) = delete;
     OrxSettings& operator=(const OrxSettings&) = delete;
 
 private:
     OrxSettings();
+    ~OrxSettings();
 
     void _createDefault();
     void _createDefaultCCM();

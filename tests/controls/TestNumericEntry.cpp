@@ -6,6 +6,7 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QScreen>
 #include <QVBoxLayout>
 #include <QtTest>
 
@@ -308,6 +309,48 @@ private slots:
         QTest::mouseClick(OrxBalloonTip::current(), Qt::LeftButton);
         QVERIFY(!OrxBalloonTip::isBalloonVisible());
         QTRY_VERIFY(OrxBalloonTip::current() == nullptr);
+    }
+
+    void balloonPointsAtSpotOnScreen_data()
+    {
+        QTest::addColumn<QString>("where");
+        QTest::addColumn<bool>("arrow");
+
+        QTest::newRow("room below") << "top-left" << true;
+        QTest::newRow("no room below") << "bottom" << true;
+        QTest::newRow("no room right") << "right" << true;
+        QTest::newRow("without arrow") << "top-left" << false;
+    }
+
+    void balloonPointsAtSpotOnScreen()
+    {
+        QFETCH(QString, where);
+        QFETCH(bool, arrow);
+
+        const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+        QPoint spot = area.topLeft() + QPoint(100, 100);
+        if (where == "bottom")
+            spot.setY(area.bottom() - 5);
+        else if (where == "right")
+            spot.setX(area.right() - 3);
+        OrxBalloonTip::showBalloon(QSystemTrayIcon::Critical, "Invalid Value",
+                                   "Minimum:0 Maximum:100", spot, arrow);
+        const QRect tip = OrxBalloonTip::current()->geometry();
+
+        QVERIFY2(area.contains(tip), qPrintable(QString("%1,%2 %3x%4")
+                                                    .arg(tip.x())
+                                                    .arg(tip.y())
+                                                    .arg(tip.width())
+                                                    .arg(tip.height())));
+        if (!arrow) {
+            QCOMPARE(tip.topLeft(), spot);
+            return;
+        }
+        QVERIFY(tip.left() < spot.x() && spot.x() < tip.right());
+        if (where == "bottom")
+            QCOMPARE(tip.bottom() + 1, spot.y());
+        else
+            QCOMPARE(tip.top(), spot.y());
     }
 
     void hexLineEditsFilterTyping_data()

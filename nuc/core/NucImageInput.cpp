@@ -126,30 +126,44 @@ bool NucImageInput::releaseIfEmpty(int which)
     return true;
 }
 
-bool NucImageInput::generateMap(float targetGain, quint16 targetOffset, Message* message)
+bool NucImageInput::canGenerate(Message* message) const
 {
-    auto refuse = [message](Message::Kind kind, const QString& text) {
-        if (message)
-            *message = {kind, text};
-        return false;
-    };
+    Message result;
     if (darkMean.isNull())
-        return refuse(Message::Information,
-                      tr("Generate map failed: missing dark image parameter!"));
-    if (brightMean.isNull())
-        return refuse(Message::Information,
-                      tr("Generate map failed: missing bright image parameter!"));
+        result = {Message::Information, tr("Generate map failed: missing dark image parameter!")};
+    else if (brightMean.isNull())
+        result = {Message::Information, tr("Generate map failed: missing bright image parameter!")};
+    if (message)
+        *message = result;
+    return result.kind == Message::None;
+}
 
+bool NucImageInput::createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit)
+{
     darkParams.updateTargetParam(targetGain, targetOffset);
     brightParams.updateTargetParam(targetGain, targetOffset);
-    if (darkMean.format() == QImage::Format_Grayscale16)
+    if (sixteenBit)
         darkParams.makeNUCDark16();
     else
         darkParams.makeNUCDark();
-    if (!brightParams.makeNUCBright(darkParams.map.get()))
-        return refuse(Message::Critical, tr("Generate map failed!"));
-    if (message)
-        *message = Message();
+    return brightParams.makeNUCBright(darkParams.map.get());
+}
+
+QString NucImageInput::generationFailedText()
+{
+    return tr("Generate map failed!");
+}
+
+bool NucImageInput::generateMap(float targetGain, quint16 targetOffset, Message* message)
+{
+    if (!canGenerate(message))
+        return false;
+    if (!createShadingMap(targetGain, targetOffset,
+                          darkMean.format() == QImage::Format_Grayscale16)) {
+        if (message)
+            *message = {Message::Critical, generationFailedText()};
+        return false;
+    }
     return true;
 }
 

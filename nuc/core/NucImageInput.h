@@ -53,10 +53,16 @@ public:
     // are released too.
     bool releaseIfEmpty(int which);
 
-    // Derives the offset map from the dark series and the gain map from the
-    // bright one; the 16-bit rules apply when the dark mean image is 16-bit.
-    // On failure returns false with the reason in message.
+    // Both series need a mean image before a map can be made; otherwise
+    // returns false and says which one is missing.
+    bool canGenerate(Message* message = nullptr) const;
+    // Derives the offset map from the dark series (by the 8-bit or the 16-bit
+    // rules) and the gain map from the bright one.
+    bool createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit);
+    // canGenerate, then createShadingMap with the 16-bit rules exactly when the
+    // dark mean image is 16-bit. On failure returns false with the reason.
     bool generateMap(float targetGain, quint16 targetOffset, Message* message = nullptr);
+    static QString generationFailedText();
 
     // Empties both series and mean images and releases size and depth.
     void reset();

@@ -5,7 +5,7 @@
 OrxPixmapLabel::OrxPixmapLabel(QWidget* parent) : QLabel(parent)
 {
     setAlignment(Qt::AlignCenter);
-    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
 void OrxPixmapLabel::setImage(const QImage& image)

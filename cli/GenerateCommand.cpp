@@ -104,7 +104,7 @@ int runGenerateCommand(const QStringList& arguments)
 
     bool ok = false;
     const float targetGain = NucTargets::parseGain(parser.value(gain), &ok);
-    if (!ok)
+    if (!ok || !qIsFinite(targetGain))
         return usageError(command, tr("target gain '%1' is not a number").arg(parser.value(gain)));
     const quint16 targetOffset = NucTargets::parseOffset(parser.value(offset), &ok);
     if (!ok)

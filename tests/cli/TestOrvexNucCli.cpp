@@ -215,6 +215,9 @@ private slots:
         QTest::newRow("bad gain") << QStringList{"generate", "--target-gain", "1,1"} + ok16 +
                                          QStringList{"--output", out}
                                   << 2 << "target gain '1,1' is not a number";
+        QTest::newRow("gain not finite")
+            << QStringList{"generate", "--target-gain", "nan"} + ok16 + QStringList{"--output", out}
+            << 2 << "target gain 'nan' is not a number";
         QTest::newRow("bad offset") << QStringList{"generate", "--target-offset", "70000"} + ok16 +
                                            QStringList{"--output", out}
                                     << 2 << "target offset '70000' is not a number from 0 to 65535";

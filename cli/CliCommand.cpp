@@ -1,0 +1,56 @@
+#include "CliCommand.h"
+
+#include "GenerateCommand.h"
+#include "InfoCommand.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QTextStream>
+
+const QList<CliCommand>& cliCommands()
+{
+    static const QList<CliCommand> commands{
+        {"generate",
+         QCoreApplication::translate("orvex-nuc", "Make a map from dark and bright images."),
+         runGenerateCommand},
+        {"info",
+         QCoreApplication::translate("orvex-nuc", "Describe a .bin, .ge3 or float map file."),
+         runInfoCommand},
+    };
+    return commands;
+}
+
+QTextStream& cliOut()
+{
+    static QTextStream out(stdout);
+    return out;
+}
+
+QTextStream& cliErr()
+{
+    static QTextStream err(stderr);
+    return err;
+}
+
+int parseSubcommand(QCommandLineParser& parser, const QStringList& arguments)
+{
+    const QCommandLineOption help = parser.addHelpOption();
+    if (!parser.parse(arguments))
+        return usageError(arguments.value(1), parser.errorText());
+    if (parser.isSet(help)) {
+        cliOut() << parser.helpText() << Qt::flush;
+        return ExitOk;
+    }
+    return -1;
+}
+
+int usageError(const QString& command, const QString& text)
+{
+    const QString invocation = command.isEmpty()
+                                   ? QCoreApplication::applicationName()
+                                   : QCoreApplication::applicationName() + ' ' + command;
+    cliErr() << invocation << ": " << text << '\n'
+             << QCoreApplication::translate("orvex-nuc", "Try '%1 --help'.").arg(invocation) << '\n'
+             << Qt::flush;
+    return ExitUsage;
+}

@@ -1,0 +1,149 @@
+#include "GenerateCommand.h"
+
+#include "CliCommand.h"
+#include "NucImageInput.h"
+#include "NucMapFile.h"
+#include "NucMapPacking.h"
+#include "NucTargets.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QTextStream>
+
+namespace {
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("orvex-nuc generate", text);
+}
+
+// A folder stands for every file in it, in name order.
+QStringList expandPaths(const QStringList& paths)
+{
+    QStringList files;
+    for (const QString& path : paths) {
+        const QFileInfo info(path);
+        if (info.isDir()) {
+            const QDir dir(info.absoluteFilePath());
+            for (const QString& name : dir.entryList(QDir::Files, QDir::Name))
+                files << QDir::cleanPath(dir.absoluteFilePath(name));
+        } else {
+            files << QDir::cleanPath(info.absoluteFilePath());
+        }
+    }
+    return files;
+}
+
+// Loads one series; a repeated path is skipped as the panel's list skips it.
+bool loadSeries(NucImageInput& input, const QStringList& files, int which, bool quiet)
+{
+    const QString name = which == NucImageInput::Dark ? tr("dark") : tr("bright");
+    QStringList added;
+    for (int i = 0; i < files.size(); ++i) {
+        const QString& path = files[i];
+        const bool repeated = added.contains(path);
+        if (!quiet)
+            cliErr() << (repeated ? tr("Skipping repeated %1 image %2 of %3: %4")
+                                  : tr("Loading %1 image %2 of %3: %4"))
+                            .arg(name)
+                            .arg(i + 1)
+                            .arg(files.size())
+                            .arg(path)
+                     << '\n'
+                     << Qt::flush;
+        if (repeated)
+            continue;
+        NucImageInput::Message message;
+        if (!input.loadImagefromFile(path, which, &message)) {
+            cliErr() << message.text << '\n' << Qt::flush;
+            return false;
+        }
+        added << path;
+    }
+    return true;
+}
+
+} // namespace
+
+int runGenerateCommand(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        tr("Makes a shading map from dark images (lens cap on) and bright images (evenly lit "
+           "scene). A PATH is an image file or a folder whose files are all taken, in name "
+           "order. The first image fixes size and depth for both series."));
+    parser.addPositionalArgument("generate", tr("Make a map."), "generate");
+    const QCommandLineOption dark("dark", tr("Dark image file or folder (repeatable)."), "PATH");
+    const QCommandLineOption bright("bright", tr("Bright image file or folder (repeatable)."),
+                                    "PATH");
+    const QCommandLineOption gain("target-gain", tr("Target gain factor (default 1.1)."), "G",
+                                  "1.1");
+    const QCommandLineOption offset("target-offset", tr("Target offset (default 16)."), "O", "16");
+    const QCommandLineOption mapId("map-id", tr("Map id written into a .bin file (default 8193)."),
+                                   "N", QString::number(NucTargets::DefaultMapId));
+    const QCommandLineOption output("output", tr("Write a .bin map file."), "FILE.bin");
+    const QCommandLineOption userMap("user-map", tr("Write a .ge3 user map file."), "FILE.ge3");
+    const QCommandLineOption quiet("quiet", tr("No progress on stderr."));
+    parser.addOptions({dark, bright, gain, offset, mapId, output, userMap, quiet});
+
+    const int parsed = parseSubcommand(parser, arguments);
+    if (parsed >= 0)
+        return parsed;
+    const QString command = "generate";
+    if (parser.positionalArguments().size() > 1)
+        return usageError(command,
+                          tr("unexpected argument '%1'").arg(parser.positionalArguments()[1]));
+    if (!parser.isSet(dark))
+        return usageError(command, tr("at least one --dark PATH is needed"));
+    if (!parser.isSet(bright))
+        return usageError(command, tr("at least one --bright PATH is needed"));
+    if (parser.isSet(output) == parser.isSet(userMap))
+        return usageError(command, tr("give exactly one of --output and --user-map"));
+
+    bool ok = false;
+    const float targetGain = NucTargets::parseGain(parser.value(gain), &ok);
+    if (!ok || !qIsFinite(targetGain))
+        return usageError(command, tr("target gain '%1' is not a number").arg(parser.value(gain)));
+    const quint16 targetOffset = NucTargets::parseOffset(parser.value(offset), &ok);
+    if (!ok)
+        return usageError(
+            command,
+            tr("target offset '%1' is not a number from 0 to 65535").arg(parser.value(offset)));
+    const qint32 id = parser.value(mapId).toInt(&ok, 10);
+    if (!ok)
+        return usageError(command, tr("map id '%1' is not a number").arg(parser.value(mapId)));
+    const bool silent = parser.isSet(quiet);
+
+    // Dark images first, then bright ones, as an operator would add them; the
+    // depth starts open, as in the panel after a camera was opened.
+    NucImageInput input;
+    if (!loadSeries(input, expandPaths(parser.values(dark)), NucImageInput::Dark, silent) ||
+        !loadSeries(input, expandPaths(parser.values(bright)), NucImageInput::Bright, silent))
+        return ExitFailed;
+
+    NucImageInput::Message message;
+    if (!input.generateMap(targetGain, targetOffset, &message)) {
+        cliErr() << message.text << '\n' << Qt::flush;
+        return ExitFailed;
+    }
+
+    // A camera with map entries or user maps takes the words unswapped.
+    const QVector<quint16> words =
+        NucMapPacking::packedMap(input.darkParams, input.brightParams, input.bitDepth, false);
+    const quint32 w = input.brightParams.width;
+    const quint32 h = input.brightParams.height;
+    const QString target = parser.isSet(output) ? parser.value(output) : parser.value(userMap);
+    const QList<QByteArray> pieces =
+        parser.isSet(output) ? QList<QByteArray>{NucMapFile::binFile(quint32(id), w, h, words)}
+                             : NucMapFile::userMapFileParts(w, h, words);
+    QString error;
+    if (NucMapFile::save(target, pieces, &error) != NucMapFile::SaveResult::Saved) {
+        cliErr() << tr("%1: cannot write: %2").arg(target, error) << '\n' << Qt::flush;
+        return ExitFailed;
+    }
+    if (!silent)
+        cliErr() << tr("Wrote %1 (%2 x %3 pixels)").arg(target).arg(w).arg(h) << '\n' << Qt::flush;
+    return ExitOk;
+}

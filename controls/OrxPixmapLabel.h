@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QImage>
+#include <QLabel>
+
+// A label that holds a QImage and shows it scaled to the label's size with its
+// aspect ratio kept. The image itself is kept unscaled, so it can be read back
+// exactly and rescaled whenever the label is resized.
+class OrxPixmapLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    explicit OrxPixmapLabel(QWidget* parent = nullptr);
+
+    // A null image empties the label.
+    void setImage(const QImage& image);
+    QImage image() const { return m_image; }
+
+    // The shown picture follows the label, never the other way round.
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void rescale();
+
+    QImage m_image;
+};

@@ -1,0 +1,178 @@
+#include "NucImageInput.h"
+
+#include <cstring>
+
+QImage NucImageInput::toIndexedGrey(const QImage& grey8)
+{
+    QImage indexed(grey8.size(), QImage::Format_Indexed8);
+    if (indexed.isNull())
+        return QImage();
+    QVector<QRgb> table(256);
+    for (int i = 0; i < 256; ++i)
+        table[i] = qRgb(i, i, i);
+    indexed.setColorTable(table);
+    indexed.setDotsPerMeterX(grey8.dotsPerMeterX());
+    indexed.setDotsPerMeterY(grey8.dotsPerMeterY());
+    for (int y = 0; y < grey8.height(); ++y)
+        std::memcpy(indexed.scanLine(y), grey8.constScanLine(y), size_t(grey8.width()));
+    return indexed;
+}
+
+QImage NucImageInput::loadImage(const QString& path)
+{
+    QImage image(path);
+    if (image.format() == QImage::Format_Grayscale8)
+        return toIndexedGrey(image);
+    return image;
+}
+
+NUShadingParams* NucImageInput::series(int which)
+{
+    return which == Dark ? &darkParams : which == Bright ? &brightParams : nullptr;
+}
+
+QImage* NucImageInput::meanImage(int which)
+{
+    return which == Dark ? &darkMean : which == Bright ? &brightMean : nullptr;
+}
+
+bool NucImageInput::loadImagefromFile(const QString& path, int which, Message* message)
+{
+    auto refuse = [message](Message::Kind kind, const QString& text) {
+        if (message)
+            *message = {kind, text};
+        return false;
+    };
+
+    QImage image = loadImage(path);
+    if (image.isNull())
+        return refuse(Message::Critical, path + tr(": failed!"));
+    const QImage::Format format = image.format();
+    if (format != QImage::Format_Indexed8 && format != QImage::Format_Grayscale16 &&
+        format != QImage::Format_RGB32)
+        return refuse(Message::Information, path + tr(": image format not supported!"));
+    if (bitDepth != 0 && bitDepth != image.depth())
+        return refuse(Message::Critical, path + tr(": failed!"));
+    if (bitDepth == 0)
+        bitDepth = image.depth();
+    if (width != 0 && height != 0 &&
+        (quint32(image.width()) != width || quint32(image.height()) != height))
+        return refuse(Message::Information, path + tr(": incompatible image!"));
+
+    // The size is fixed before the series is touched: a file that then fails
+    // to fold in still fixes it.
+    width = quint32(image.width());
+    height = quint32(image.height());
+    pixelCount = width * height;
+
+    NUShadingParams* params = series(which);
+    QImage* mean = meanImage(which);
+    if (!params)
+        return refuse(Message::Critical, tr("Failed!"));
+
+    bool updated = false;
+    if (mean->isNull()) {
+        QImage first = image.convertToFormat(bitDepth == 16 ? QImage::Format_Grayscale16
+                                                            : QImage::Format_Grayscale8);
+        updated = params->update(first, image, 1);
+        if (updated)
+            *mean = first;
+    } else {
+        updated = params->update(*mean, image, 1);
+    }
+    if (!updated)
+        return refuse(Message::Critical, tr("Failed!"));
+    if (message)
+        *message = Message();
+    return true;
+}
+
+void NucImageInput::deleteImagefromParams(const QString& path, int which)
+{
+    NUShadingParams* params = series(which);
+    QImage* mean = meanImage(which);
+    if (!params)
+        return;
+    QImage image = loadImage(path);
+    if (image.isNull())
+        return;
+    if (width != 0 && height != 0 &&
+        (quint32(image.width()) != width || quint32(image.height()) != height))
+        return;
+
+    // The result is deliberately not checked: the list item goes anyway.
+    if (mean->isNull()) {
+        params->update(image, image, -1);
+        *mean = image;
+    } else {
+        params->update(*mean, image, -1);
+    }
+    if (darkParams.count == 0 && brightParams.count == 0)
+        bitDepth = 0;
+}
+
+bool NucImageInput::releaseIfEmpty(int which)
+{
+    NUShadingParams* params = series(which);
+    if (!params || params->count != 0)
+        return false;
+    params->clear();
+    *meanImage(which) = QImage();
+    const NUShadingParams* other = which == Dark ? &brightParams : &darkParams;
+    if (other->count == 0) {
+        width = height = pixelCount = 0;
+        bitDepth = 0;
+    }
+    return true;
+}
+
+bool NucImageInput::canGenerate(Message* message) const
+{
+    Message result;
+    if (darkMean.isNull())
+        result = {Message::Information, tr("Generate map failed: missing dark image parameter!")};
+    else if (brightMean.isNull())
+        result = {Message::Information, tr("Generate map failed: missing bright image parameter!")};
+    if (message)
+        *message = result;
+    return result.kind == Message::None;
+}
+
+bool NucImageInput::createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit)
+{
+    darkParams.updateTargetParam(targetGain, targetOffset);
+    brightParams.updateTargetParam(targetGain, targetOffset);
+    if (sixteenBit)
+        darkParams.makeNUCDark16();
+    else
+        darkParams.makeNUCDark();
+    return brightParams.makeNUCBright(darkParams.map.get());
+}
+
+QString NucImageInput::generationFailedText()
+{
+    return tr("Generate map failed!");
+}
+
+bool NucImageInput::generateMap(float targetGain, quint16 targetOffset, Message* message)
+{
+    if (!canGenerate(message))
+        return false;
+    if (!createShadingMap(targetGain, targetOffset,
+                          darkMean.format() == QImage::Format_Grayscale16)) {
+        if (message)
+            *message = {Message::Critical, generationFailedText()};
+        return false;
+    }
+    return true;
+}
+
+void NucImageInput::reset()
+{
+    darkParams.clear();
+    brightParams.clear();
+    darkMean = QImage();
+    brightMean = QImage();
+    width = height = pixelCount = 0;
+    bitDepth = 0;
+}

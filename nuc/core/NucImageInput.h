@@ -1,0 +1,81 @@
+#pragma once
+
+#include "NUShadingParams.h"
+
+#include <QCoreApplication>
+#include <QImage>
+#include <QString>
+
+// The two image series (dark = 1, bright = 2) with their mean images and the
+// size and depth that bind both of them. This is where the loading and removal
+// rules live, so the panel and the command-line tool accept and refuse exactly
+// the same files with the same texts.
+class NucImageInput
+{
+    Q_DECLARE_TR_FUNCTIONS(NucImageInput)
+
+public:
+    enum Series
+    {
+        Dark = 1,
+        Bright = 2
+    };
+
+    // What the user is told; the panel shows it as a box of this kind.
+    struct Message
+    {
+        enum Kind
+        {
+            None,
+            Information,
+            Critical
+        };
+        Kind kind = None;
+        QString text;
+    };
+
+    // Loads a file as the series expect it. Qt reads 8-bit grey files as
+    // Grayscale8, which the series do not take; such images become Indexed8
+    // with a grey colour table, losslessly, so ordinary grey files work.
+    static QImage loadImage(const QString& path);
+    static QImage toIndexedGrey(const QImage& grey8);
+
+    // Checks one file against the fixed size and depth and folds it into series
+    // which. On refusal returns false and describes why in message.
+    bool loadImagefromFile(const QString& path, int which, Message* message = nullptr);
+
+    // Takes a file out of series which again; a file that no longer loads or no
+    // longer has the fixed size is left alone.
+    void deleteImagefromParams(const QString& path, int which);
+
+    // After removals: when series which holds no image any more, empties it and
+    // its mean image and returns true; when both are empty the size and depth
+    // are released too.
+    bool releaseIfEmpty(int which);
+
+    // Both series need a mean image before a map can be made; otherwise
+    // returns false and says which one is missing.
+    bool canGenerate(Message* message = nullptr) const;
+    // Derives the offset map from the dark series (by the 8-bit or the 16-bit
+    // rules) and the gain map from the bright one.
+    bool createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit);
+    // canGenerate, then createShadingMap with the 16-bit rules exactly when the
+    // dark mean image is 16-bit. On failure returns false with the reason.
+    bool generateMap(float targetGain, quint16 targetOffset, Message* message = nullptr);
+    static QString generationFailedText();
+
+    // Empties both series and mean images and releases size and depth.
+    void reset();
+
+    NUShadingParams* series(int which);
+    QImage* meanImage(int which);
+
+    NUShadingParams darkParams;
+    NUShadingParams brightParams;
+    QImage darkMean;
+    QImage brightMean;
+    quint32 width = 0;
+    quint32 height = 0;
+    quint32 pixelCount = 0;
+    int bitDepth = 0;
+};

@@ -1,6 +1,5 @@
 #include "OrxDialogs.h"
 
-#include <QFileDialog>
 
 namespace {
 
@@ -51,10 +50,10 @@ public:
     {
         return QFileDialog::getSaveFileName(parent, caption, dir, filter);
     }
-    QString getExistingDirectory(QWidget* parent, const QString& caption,
-                                 const QString& dir) override
+    QString getExistingDirectory(QWidget* parent, const QString& caption, const QString& dir,
+                                 QFileDialog::Options options) override
     {
-        return QFileDialog::getExistingDirectory(parent, caption, dir);
+        return QFileDialog::getExistingDirectory(parent, caption, dir, options);
     }
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFileDialog>
 #include <QMessageBox>
 #include <QString>
 #include <QStringList>
@@ -40,8 +41,10 @@ public:
                                          const QString& dir, const QString& filter) = 0;
     virtual QString getSaveFileName(QWidget* parent, const QString& caption, const QString& dir,
                                     const QString& filter) = 0;
-    virtual QString getExistingDirectory(QWidget* parent, const QString& caption,
-                                         const QString& dir) = 0;
+    virtual QString getExistingDirectory(
+        QWidget* parent, const QString& caption, const QString& dir,
+        QFileDialog::Options options = QFileDialog::ShowDirsOnly |
+                                       QFileDialog::DontResolveSymlinks) = 0;
 
     // The implementation in use: the installed one, else the Qt dialogs.
     static OrxDialogs& instance();

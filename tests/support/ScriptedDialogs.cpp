@@ -89,7 +89,7 @@ QString ScriptedDialogs::getSaveFileName(QWidget*, const QString& caption, const
 }
 
 QString ScriptedDialogs::getExistingDirectory(QWidget*, const QString& caption,
-                                              const QString& dir)
+                                              const QString& dir, QFileDialog::Options)
 {
     return chooser(ExistingDirectory, caption, dir, QString()).toString();
 }

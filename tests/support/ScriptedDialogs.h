@@ -67,7 +67,8 @@ public:
                                  const QString& filter) override;
     QString getSaveFileName(QWidget*, const QString& caption, const QString& dir,
                             const QString& filter) override;
-    QString getExistingDirectory(QWidget*, const QString& caption, const QString& dir) override;
+    QString getExistingDirectory(QWidget*, const QString& caption, const QString& dir,
+                                 QFileDialog::Options) override;
 
 private:
     QMessageBox::StandardButton box(Kind kind, const QString& title, const QString& text,

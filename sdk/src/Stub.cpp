@@ -1,0 +1,2 @@
+#include "Hvx/Hvx.h"
+#include "Hvx/TransportLayerModule.h"

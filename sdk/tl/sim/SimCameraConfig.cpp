@@ -210,6 +210,18 @@ bool SimConfig::parseCamera(const std::string& text, CameraConfig& out, std::str
     }
 }
 
+bool SimConfig::parseFaults(const std::string& text, FaultConfig& out, std::string* error)
+{
+    try {
+        out = faults(json::parse(text));
+        return true;
+    } catch (const std::exception& e) {
+        if (error)
+            *error = e.what();
+        return false;
+    }
+}
+
 bool SimConfig::parse(const std::string& text, SimConfig& config, std::string* error)
 {
     try {

@@ -94,6 +94,8 @@ struct SimConfig
     static bool load(const std::string& path, SimConfig& config, std::string* error);
     // One camera from its JSON text (used by the test control interface).
     static bool parseCamera(const std::string& text, CameraConfig& camera, std::string* error);
+    // A "faults" object alone.
+    static bool parseFaults(const std::string& text, FaultConfig& faults, std::string* error);
 };
 
 } // namespace hvsim

@@ -413,7 +413,7 @@ Status SimFeatureSet::setRegister(const std::string& name, const uint8_t* data, 
         if (!data && length > 0) {
             s = BadParameter;
         } else if (length > f->bytes.size()) {
-            s = InvalidValue;
+            s = BadParameter;
         } else {
             // A shorter write replaces the leading bytes, as on a device
             // register; the rest keeps its content.

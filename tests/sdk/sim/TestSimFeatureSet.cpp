@@ -194,7 +194,7 @@ TEST_F(FeatureSetTest, RegisterWritesReplaceLeadingBytes)
     ASSERT_EQ(fs.getRegister("Buffer", bytes), Ok);
     EXPECT_EQ(bytes, (std::vector<uint8_t>{1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
     const uint8_t big[9] = {};
-    EXPECT_EQ(fs.setRegister("Buffer", big, 9), InvalidValue);
+    EXPECT_EQ(fs.setRegister("Buffer", big, 9), BadParameter);
 }
 
 TEST_F(FeatureSetTest, WriteHookCanRefuseAndValueStays)

@@ -92,8 +92,6 @@ SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
     m_features = std::make_unique<SimFeatureSet>(m_lock, m_trace, "camera");
     m_features->setInterceptor(
         [this](const std::string& f, const std::string& op) { return intercept(f, op); });
-    m_sensor = std::make_unique<SensorModel>(m_config.width, m_config.height, m_config.pixelFormat,
-                                             fnv1a(m_config.serial));
     buildDeviceFeatures();
     if (!m_config.files.empty()) {
         FileAccessEngine::Hooks hooks;
@@ -455,6 +453,11 @@ Status SimCamera::acquireSingleImage(SimFrame& frame)
     frame.timestampNs = uint64_t(std::chrono::duration_cast<std::chrono::nanoseconds>(
                                      std::chrono::steady_clock::now().time_since_epoch())
                                      .count());
+    // Made on first use: its per-pixel tables cost time that a camera only
+    // listed or used for file transfers should not pay.
+    if (!m_sensor)
+        m_sensor = std::make_unique<SensorModel>(m_config.width, m_config.height,
+                                                 m_config.pixelFormat, fnv1a(m_config.serial));
     frame.pixels = m_sensor->capture(
         m_features->find("ExposureTime")->floatValue, m_features->find("Gain")->floatValue,
         m_features->find("SimulatedIllumination")->floatValue, frame.frameId);

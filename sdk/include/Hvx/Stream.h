@@ -5,6 +5,8 @@
 #include "HvTypes.h"
 #include "Hvx/FeatureContainer.h"
 
+#include <string>
+
 namespace Hvx {
 
 // An image stream of an open camera. Its features (e.g. "GVSPProtocol",
@@ -12,7 +14,7 @@ namespace Hvx {
 class HVX_API Stream : public FeatureContainer
 {
 public:
-    Stream(std::shared_ptr<Internal::FeatureSource> source, unsigned int index);
+    Stream(std::shared_ptr<Internal::FeatureSource> source, unsigned int index, const char* id);
     ~Stream() override;
 
     // Two-call text (see Camera): "<camera extended ID>/Stream<index>".
@@ -21,6 +23,7 @@ public:
 
 private:
     unsigned int m_index;
+    std::string m_id;
 };
 
 } // namespace Hvx

@@ -1,2 +1,0 @@
-#include "Hvx/Hvx.h"
-#include "Hvx/TransportLayerModule.h"

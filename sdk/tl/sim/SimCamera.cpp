@@ -373,10 +373,10 @@ void SimCamera::loadMapArea()
     }
 }
 
-uint32_t SimCamera::registerValue(uint64_t address) const
+uint32_t SimCamera::registerValue(uint64_t address)
 {
     const char* name = address == kShadingControlRegister ? "Shading_Control" : "Shading_MapSelect";
-    return uint32_t(const_cast<SimFeatureSet&>(*m_features).find(name)->intValue);
+    return uint32_t(m_features->find(name)->intValue);
 }
 
 Status SimCamera::setRegisterValue(uint64_t address, uint32_t value)

@@ -118,6 +118,9 @@ CameraConfig camera(const json& j)
     c.untypedFeatures = j.value("untypedFeatures", std::vector<std::string>());
     if (j.contains("faults"))
         c.faults = faults(j.at("faults"));
+    json withoutFaults = j;
+    withoutFaults.erase("faults");
+    c.signature = withoutFaults.dump();
     return c;
 }
 

@@ -81,6 +81,9 @@ struct CameraConfig
     // programs that must refuse them).
     std::vector<std::string> untypedFeatures;
     FaultConfig faults;
+    // The camera's configuration text without its faults: a camera whose
+    // signature changes in the file is unplugged and plugged in anew.
+    std::string signature;
 
     bool isUsb3() const { return transport == "USB3"; }
 };

@@ -130,6 +130,8 @@ void SimCamera::buildDeviceFeatures()
     reverse.name = "ReverseX";
     reverse.type = FeatureType::Boolean;
     fs.add(reverse);
+    for (const auto& extra : m_config.extraFeatures)
+        fs.add(extra);
     for (const auto& name : m_config.untypedFeatures) {
         SimFeature untyped;
         untyped.name = name;

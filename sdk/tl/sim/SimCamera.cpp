@@ -101,6 +101,9 @@ SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
         m_fileAccess = std::make_unique<FileAccessEngine>(*m_features, m_store, m_config, hooks);
     }
     buildStreams();
+    // Last, so that a configured feature replaces a built-in one.
+    for (const auto& extra : m_config.extraFeatures)
+        m_features->add(extra);
     applyLatencies();
 }
 
@@ -130,8 +133,6 @@ void SimCamera::buildDeviceFeatures()
     reverse.name = "ReverseX";
     reverse.type = FeatureType::Boolean;
     fs.add(reverse);
-    for (const auto& extra : m_config.extraFeatures)
-        fs.add(extra);
     for (const auto& name : m_config.untypedFeatures) {
         SimFeature untyped;
         untyped.name = name;

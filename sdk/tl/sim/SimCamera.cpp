@@ -92,8 +92,6 @@ SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
     m_features = std::make_unique<SimFeatureSet>(m_lock, m_trace, "camera");
     m_features->setInterceptor(
         [this](const std::string& f, const std::string& op) { return intercept(f, op); });
-    m_sensor = std::make_unique<SensorModel>(m_config.width, m_config.height, m_config.pixelFormat,
-                                             fnv1a(m_config.serial));
     buildDeviceFeatures();
     if (!m_config.files.empty()) {
         FileAccessEngine::Hooks hooks;
@@ -128,6 +126,16 @@ void SimCamera::buildDeviceFeatures()
     fs.add(enumFeature("PixelFormat", {EnumEntry{m_config.pixelFormat, 0, {}}}));
     fs.add(floatFeature("ExposureTime", 5000.0, 10.0, 1000000.0));
     fs.add(floatFeature("Gain", 0.0, 0.0, 24.0));
+    SimFeature reverse;
+    reverse.name = "ReverseX";
+    reverse.type = FeatureType::Boolean;
+    fs.add(reverse);
+    for (const auto& name : m_config.untypedFeatures) {
+        SimFeature untyped;
+        untyped.name = name;
+        untyped.type = FeatureType::Unknown;
+        fs.add(untyped);
+    }
     // Not a camera feature: the light on the simulated scene (0 = lens cap).
     fs.add(floatFeature("SimulatedIllumination", 1.0, 0.0, 4.0));
 
@@ -455,6 +463,11 @@ Status SimCamera::acquireSingleImage(SimFrame& frame)
     frame.timestampNs = uint64_t(std::chrono::duration_cast<std::chrono::nanoseconds>(
                                      std::chrono::steady_clock::now().time_since_epoch())
                                      .count());
+    // Made on first use: its per-pixel tables cost time that a camera only
+    // listed or used for file transfers should not pay.
+    if (!m_sensor)
+        m_sensor = std::make_unique<SensorModel>(m_config.width, m_config.height,
+                                                 m_config.pixelFormat, fnv1a(m_config.serial));
     frame.pixels = m_sensor->capture(
         m_features->find("ExposureTime")->floatValue, m_features->find("Gain")->floatValue,
         m_features->find("SimulatedIllumination")->floatValue, frame.frameId);

@@ -71,7 +71,6 @@ public:
     void disconnect(bool notify = true);
     bool storedFile(const std::string& selector, const std::string& fileName,
                     std::vector<uint8_t>& bytes) const;
-    const SensorModel& sensor() const { return *m_sensor; }
 
 private:
     void buildDeviceFeatures();

@@ -98,6 +98,11 @@ QString OxCamera::GetCameraManufacturerInfo() const
     return value.toString();
 }
 
+OxFeatureContainer* OxCamera::GetFeatureContainer() const
+{
+    return m_feature;
+}
+
 bool OxCamera::IsFileAccessSupported()
 {
     return true;

@@ -32,11 +32,11 @@ QJsonObject camera(const char* transport, const QJsonObject& extra = QJsonObject
 {
     QJsonObject cam = SimSession::cameraJson(kCam, transport);
     cam.insert("shadingControl", true);
-    cam.insert("files",
-               QJsonArray{QJsonObject{{"selector", "ShadingMap0"}, {"kind", "shadingMap"},
-                                      {"chunkId", 8193}},
-                          QJsonObject{{"selector", "ShadingMap1"}, {"kind", "shadingMap"},
-                                      {"chunkId", 8196}}});
+    cam.insert(
+        "files",
+        QJsonArray{
+            QJsonObject{{"selector", "ShadingMap0"}, {"kind", "shadingMap"}, {"chunkId", 8193}},
+            QJsonObject{{"selector", "ShadingMap1"}, {"kind", "shadingMap"}, {"chunkId", 8196}}});
     for (auto it = extra.begin(); it != extra.end(); ++it)
         cam.insert(it.key(), it.value());
     return cam;
@@ -73,8 +73,8 @@ struct Fixture
         std::vector<Hvx::StreamPtr> streams(count);
         handle->GetStreams(streams.data(), count);
         QVariant value;
-        if (index >= count || !OxFeatureContainer(streams[index], nullptr)
-                                   .GetValue("GVSPPacketSize", value))
+        if (index >= count ||
+            !OxFeatureContainer(streams[index], nullptr).GetValue("GVSPPacketSize", value))
             return -1;
         return value.toLongLong();
     }
@@ -123,12 +123,11 @@ void TestOxCamera::packetSizeOnConstruction_data()
         << camera("GigE", {{"streams", QJsonArray{stream("TCP")}}})
         << QStringList{"stream0: GVSPProtocol get TCP", "stream0: GVSPProtocol get TCP"}
         << QList<qlonglong>{1500};
-    QTest::newRow("no protocol feature")
-        << camera("GigE", {{"streams", QJsonArray{stream("")}}}) << adjusted
-        << QList<qlonglong>{8164};
-    QTest::newRow("two streams")
-        << camera("GigE", {{"streams", QJsonArray{stream(""), stream("UDP", 9000)}}}) << adjusted
-        << QList<qlonglong>{8164, 9000};
+    QTest::newRow("no protocol feature") << camera("GigE", {{"streams", QJsonArray{stream("")}}})
+                                         << adjusted << QList<qlonglong>{8164};
+    QTest::newRow("two streams") << camera("GigE", {{"streams",
+                                                     QJsonArray{stream(""), stream("UDP", 9000)}}})
+                                 << adjusted << QList<qlonglong>{8164, 9000};
     QJsonObject noType = camera("GigE", {{"streams", QJsonArray{stream("UDP")}}});
     noType.insert("faults", QJsonObject{{"failGetInterfaceType", true}});
     QTest::newRow("transport unknown") << noType << QStringList() << QList<qlonglong>{1500};
@@ -228,8 +227,8 @@ void TestOxCamera::rawMemory()
     QCOMPARE(read, QByteArray(8, '\x55'));
     // The placeholder writes nothing anywhere.
     QVERIFY(!f.wrapper->OxRegisterDeviceWrite("Shading_Control",
-                                             reinterpret_cast<const unsigned char*>("\1\0\0\0"),
-                                             &size, kShadingControl));
+                                              reinterpret_cast<const unsigned char*>("\1\0\0\0"),
+                                              &size, kShadingControl));
     QVERIFY(f.sim.trace(kCam).isEmpty());
 }
 
@@ -265,10 +264,10 @@ void TestOxCamera::saveToUserSet_data()
     QTest::addColumn<QString>("storedSet"); // file the camera stored, empty: none
 
     const QStringList readDefault{"UserSetSelector get Default", "UserSetSelector get Default"};
-    QTest::newRow("from Default")
-        << camera("USB3") << "Default" << true
-        << (readDefault + QStringList{"UserSetSelector set UserSet1", "UserSetSave execute"})
-        << "UserSet1.json";
+    QTest::newRow("from Default") << camera("USB3") << "Default" << true
+                                  << (readDefault + QStringList{"UserSetSelector set UserSet1",
+                                                                "UserSetSave execute"})
+                                  << "UserSet1.json";
     QTest::newRow("UserSet2 selected")
         << camera("USB3") << "UserSet2" << true
         << QStringList{"UserSetSelector get UserSet2", "UserSetSelector get UserSet2",
@@ -319,6 +318,9 @@ void TestOxCamera::informationQueries()
         QCOMPARE(f.wrapper->GetCameraName(), QString("Line 4 überwacht"));
         QCOMPARE(f.wrapper->GetCameraManufacturerInfo(), QString("4.1.0 (2026-05-01)"));
         QVERIFY(f.wrapper->IsFileAccessSupported());
+        QVariant model;
+        QVERIFY(f.wrapper->GetFeatureContainer()->GetValue("DeviceModelName", model));
+        QCOMPARE(model, QVariant("kva640MXGE"));
     }
     {
         Fixture f(camera("GigE", failing("DeviceManufacturerInfo", "get")));

@@ -153,6 +153,7 @@ private slots:
     void deleteWithoutFilenameFeature();
     void openModeProbe_data();
     void openModeProbe();
+    void openModeProbeWithoutSelector();
 };
 
 void TestOxCameraFileAccess::uploadOneChunkExactSequence()
@@ -572,6 +573,20 @@ void TestOxCameraFileAccess::openModeProbe()
     QVariant mode;
     QVERIFY(features.GetValue("FileOpenMode", mode));
     QCOMPARE(mode.toString(), accepted.last());
+}
+
+void TestOxCameraFileAccess::openModeProbeWithoutSelector()
+{
+    Fixture f(fileCamera(failFeature("FileSelector", "get")));
+    QVERIFY(f.ok());
+    bool read = true, write = true;
+    f.camera().GetFileAccessMode(nullptr, &write);
+    QVERIFY(f.trace().isEmpty());
+    QVERIFY(write);
+    f.camera().GetFileAccessMode(&read, &write);
+    QVERIFY(!read);
+    QVERIFY(!write);
+    QCOMPARE(f.trace(), QStringList({"FileSelector get -> -13"}));
 }
 
 QTEST_GUILESS_MAIN(TestOxCameraFileAccess)

@@ -251,7 +251,7 @@ void TestOxFeatureContainerUtil::rangesAndEntries()
     OxFeatureContainer features(s.cam, nullptr);
     QVariant min, max, inc;
     QVERIFY(features.GetFeatureRange("FileAccessLength", min, max, inc));
-    QCOMPARE(min, QVariant(1LL));
+    QCOMPARE(min, QVariant(0LL));
     QCOMPARE(max, QVariant(65536LL));
     QCOMPARE(inc, QVariant(1LL));
     QVERIFY(features.GetFeatureRange("Gain", min, max, inc));

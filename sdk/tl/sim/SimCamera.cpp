@@ -126,6 +126,16 @@ void SimCamera::buildDeviceFeatures()
     fs.add(enumFeature("PixelFormat", {EnumEntry{m_config.pixelFormat, 0, {}}}));
     fs.add(floatFeature("ExposureTime", 5000.0, 10.0, 1000000.0));
     fs.add(floatFeature("Gain", 0.0, 0.0, 24.0));
+    SimFeature reverse;
+    reverse.name = "ReverseX";
+    reverse.type = FeatureType::Boolean;
+    fs.add(reverse);
+    for (const auto& name : m_config.untypedFeatures) {
+        SimFeature untyped;
+        untyped.name = name;
+        untyped.type = FeatureType::Unknown;
+        fs.add(untyped);
+    }
     // Not a camera feature: the light on the simulated scene (0 = lens cap).
     fs.add(floatFeature("SimulatedIllumination", 1.0, 0.0, 4.0));
 

@@ -115,6 +115,7 @@ CameraConfig camera(const json& j)
     }
     c.userSets = j.value("userSets", 3);
     c.tlParamsLocked = j.value("tlParamsLocked", false);
+    c.untypedFeatures = j.value("untypedFeatures", std::vector<std::string>());
     if (j.contains("faults"))
         c.faults = faults(j.at("faults"));
     return c;

@@ -77,6 +77,9 @@ struct CameraConfig
     std::vector<StreamConfig> streams;
     int userSets = 3;
     bool tlParamsLocked = false;
+    // Features whose data type the camera leaves unknown (for tests of
+    // programs that must refuse them).
+    std::vector<std::string> untypedFeatures;
     FaultConfig faults;
 
     bool isUsb3() const { return transport == "USB3"; }

@@ -13,6 +13,7 @@ namespace hvsim {
 // Numbering of the first five follows the SDK's feature data types.
 enum class FeatureType
 {
+    Unknown = 0, // a feature whose type the camera does not describe
     Integer = 1,
     Float = 2,
     Enumeration = 3,

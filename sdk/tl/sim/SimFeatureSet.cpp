@@ -120,6 +120,7 @@ Status SimFeatureSet::writeValue(SimFeature& f, const FeatureValue& v)
         f.bytes = v.bytes;
         break;
     case FeatureType::Command:
+    case FeatureType::Unknown:
         break;
     }
     return Ok;

@@ -410,6 +410,32 @@ TEST_F(ThroughSdk, FaultsFromTheControls)
     EXPECT_EQ(fs.command("UserSetSave", 50), HvErrorTimeout);
 }
 
+TEST_F(ThroughSdk, BooleanAndUntypedFeatures)
+{
+    ASSERT_EQ(sys.Startup(), HvErrorSuccess);
+    ASSERT_EQ(control()->AddCamera(R"({"id": "T-1", "width": 16, "height": 8,
+                                       "untypedFeatures": ["SimUntypedFeature"]})"),
+              0);
+    Hvx::CameraPtr cam = byId("sim::T-1");
+    ASSERT_EQ(cam->Open(HvAccessModeFull), HvErrorSuccess);
+    Hvx::FeaturePtr f;
+    ASSERT_EQ(cam->GetFeatureByName("ReverseX", f), HvErrorSuccess);
+    HvFeatureDataType type = 99;
+    f->GetDataType(type);
+    EXPECT_EQ(type, 5u);
+    bool value = false;
+    ASSERT_EQ(f->SetBoolValue(true), HvErrorSuccess);
+    ASSERT_EQ(f->GetBoolValue(value), HvErrorSuccess);
+    EXPECT_TRUE(value);
+
+    ASSERT_EQ(cam->GetFeatureByName("SimUntypedFeature", f), HvErrorSuccess);
+    f->GetDataType(type);
+    EXPECT_EQ(type, 0u);
+    int64_t i = 0;
+    EXPECT_NE(f->GetIntValue(i), HvErrorSuccess);
+    EXPECT_NE(f->SetStringValue("x"), HvErrorSuccess);
+}
+
 TEST_F(ThroughSdk, StreamsAndFrames)
 {
     ASSERT_EQ(sys.Startup(), HvErrorSuccess);

@@ -178,6 +178,12 @@ void TestCameraDiscoveryWidget::startupToFirstFilteredList()
     QVERIFY(c.refresh->isEnabled());
     QVERIFY(QApplication::overrideCursor() == nullptr);
     QCOMPARE(errors.count(), 0);
+
+    // The controller's errors are passed on for the log.
+    QVERIFY(!handed->GetCameraPtr("sim::nobody"));
+    QTRY_COMPARE(errors.count(), 1);
+    QCOMPARE(errors.at(0).at(0).toString(),
+             QString("Failed to get camera for sim::nobody (error: Not found.)"));
 }
 
 void TestCameraDiscoveryWidget::labelTexts_data()
@@ -349,7 +355,27 @@ void TestCameraDiscoveryWidget::openButtonFollowsCurrentRow()
     c.tree->setCurrentIndex(a);
     c.tree->setCurrentIndex(a.parent().parent()); // transport layer
     QVERIFY(!c.open->isEnabled());
+    // The view refuses a camera without full access as current row.
     c.tree->setCurrentIndex(locked);
+    QCOMPARE(c.tree->currentIndex(), a.parent().parent());
+    QVERIFY(!c.open->isEnabled());
+    // Access changes reported by the controller reach the tree and the button.
+    c.tree->setCurrentIndex(a);
+    QVERIFY(c.open->isEnabled());
+    CameraInfoMap info =
+        widget.GetApiController()->GetCameraInfo(widget.GetApiController()->GetCameraPtr("sim::A"));
+    QCOMPARE(info.value("Full Access"), QVariant(true));
+    info["Full Access"] = false;
+    emit widget.GetApiController()->CameraOpenStateChanged(info);
+    QVERIFY(!(model->flags(a) & Qt::ItemIsEnabled));
+    QVERIFY(!c.open->isEnabled());
+    info["Full Access"] = true;
+    emit widget.GetApiController()->CameraOpenStateChanged(info);
+    QVERIFY(c.open->isEnabled());
+
+    // Forced past the view, such a row still neither enables nor opens anything.
+    c.tree->selectionModel()->setCurrentIndex(locked, QItemSelectionModel::NoUpdate);
+    QCOMPARE(c.tree->currentIndex(), locked);
     QVERIFY(!c.open->isEnabled());
     // Nothing is opened from a branch or a camera without full access.
     QSignalSpy opened(&widget, &CameraDiscoveryWidget::CameraOpened);

@@ -64,6 +64,11 @@ OxCamera::~OxCamera()
     delete m_feature;
 }
 
+OxFeatureContainer* OxCamera::GetFeatureContainer() const
+{
+    return m_feature;
+}
+
 HvErrorType OxCamera::GetInfo(HvCameraInfo* info) const
 {
     if (info == nullptr)

@@ -13,6 +13,7 @@
 #include <vector>
 
 class OxCameraFeature;
+class OxFeatureContainer;
 
 // One opened camera as the rest of the program uses it: GenICam File Access
 // transfers of device files, raw memory and registers, single frames, the
@@ -33,6 +34,8 @@ public:
     HvErrorType GetInfo(HvCameraInfo* info) const;
     QString GetCameraName() const;
     QString GetCameraManufacturerInfo() const;
+    // The camera's own features, owned by this wrapper.
+    OxFeatureContainer* GetFeatureContainer() const;
 
     bool IsFileAccessSupported();
     bool IsBigEndian();

@@ -171,6 +171,14 @@ private slots:
 
     void cleanupTestCase() { session.reset(); }
 
+    // A failed check leaves its camera open; the next case needs it closed.
+    void cleanup()
+    {
+        for (const char* id : {"SIM-GIGE-1001", "SIM-U3V-2001", "SIM-GIGE-3001", "NOZERO-1",
+                               "IDS-1", "BOTH-1", "MODES-1"})
+            session->close(id);
+    }
+
     void initFillsSelector_data()
     {
         QTest::addColumn<QString>("id");

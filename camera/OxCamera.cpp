@@ -103,6 +103,11 @@ QString OxCamera::GetCameraManufacturerInfo() const
     return value.toString();
 }
 
+OxFeatureContainer* OxCamera::GetFeatureContainer() const
+{
+    return m_feature;
+}
+
 bool OxCamera::IsFileAccessSupported()
 {
     return true;
@@ -251,9 +256,9 @@ bool OxCamera::DownloadDeviceFile(char const* localPath, char const* fileName,
     bool lengthWritable = false;
     if (!m_feature->IsWritable("FileAccessLength", lengthWritable))
         lengthWritable = false;
-    // An empty file has nothing to read, and a length of 0 is outside the
-    // range cameras accept, so it is not written then.
-    if (lengthWritable && chunk > 0 && !m_feature->SetValue("FileAccessLength", Integer(chunk)))
+    // This one failure returns without closing the device file; the local
+    // file is closed by its destructor.
+    if (lengthWritable && !m_feature->SetValue("FileAccessLength", Integer(chunk)))
         return false;
 
     auto abort = [&]() {

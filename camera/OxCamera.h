@@ -37,6 +37,9 @@ public:
     // The camera's own features, owned by this wrapper.
     OxFeatureContainer* GetFeatureContainer() const;
 
+    // The camera's own features; owned by the wrapper and valid as long as it.
+    OxFeatureContainer* GetFeatureContainer() const;
+
     bool IsFileAccessSupported();
     bool IsBigEndian();
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "StringToDouble.h"
+
 #include <HvTypes.h>
 #include <Hvx/EnumEntry.h>
 #include <Hvx/SharedPointers.h>
@@ -24,6 +26,10 @@
 //   5 boolean      -> bool           ; toBool
 //   4 and others   -> text (UTF-8)   ; toString
 //   0              -> rejected both ways
+//
+// Set takes the variant's own conversion (toDouble for floats); callers
+// that start from text an operator typed parse it with StringToDouble
+// (decimal comma first, then decimal point) before handing it over.
 class OxFeatureContainerUtil
 {
 public:

@@ -153,6 +153,7 @@ private slots:
     void deleteWithoutFilenameFeature();
     void openModeProbe_data();
     void openModeProbe();
+    void openModeProbeWithoutSelector();
 };
 
 void TestOxCameraFileAccess::uploadOneChunkExactSequence()
@@ -403,7 +404,8 @@ void TestOxCameraFileAccess::downloads_data()
     QTest::addColumn<QStringList>("offsets");
     QTest::addColumn<QStringList>("lengths");
     QTest::addColumn<QList<qint64>>("progress");
-    QTest::newRow("empty") << "Empty" << QByteArray() << QStringList() << QStringList()
+    // An empty file still gets its (zero) length written before the close.
+    QTest::newRow("empty") << "Empty" << QByteArray() << QStringList() << QStringList{"0"}
                            << QList<qint64>{0};
     QTest::newRow("70000") << "Seventy" << seventyText() << QStringList{"0", "65536"}
                            << QStringList{"65536", "4464"} << QList<qint64>{4464, 0, 0};
@@ -572,6 +574,20 @@ void TestOxCameraFileAccess::openModeProbe()
     QVariant mode;
     QVERIFY(features.GetValue("FileOpenMode", mode));
     QCOMPARE(mode.toString(), accepted.last());
+}
+
+void TestOxCameraFileAccess::openModeProbeWithoutSelector()
+{
+    Fixture f(fileCamera(failFeature("FileSelector", "get")));
+    QVERIFY(f.ok());
+    bool read = true, write = true;
+    f.camera().GetFileAccessMode(nullptr, &write);
+    QVERIFY(f.trace().isEmpty());
+    QVERIFY(write);
+    f.camera().GetFileAccessMode(&read, &write);
+    QVERIFY(!read);
+    QVERIFY(!write);
+    QCOMPARE(f.trace(), QStringList({"FileSelector get -> -13"}));
 }
 
 QTEST_GUILESS_MAIN(TestOxCameraFileAccess)

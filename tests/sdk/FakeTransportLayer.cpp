@@ -338,6 +338,8 @@ public:
                                    HvAccessModeFull | HvAccessModeRead, HvTransportLayerTypeGEV));
         m_devices.push_back(Device("CAM-U3V-2", "fake-if-1", "Fake USB 1280", "Busy one", "US-0002",
                                    HvAccessModeRead, HvTransportLayerTypeU3V));
+        m_interfaces = {{"fake-if-0", "Fake network card", HvTransportLayerTypeGEV},
+                        {"fake-if-1", "Fake USB controller", HvTransportLayerTypeU3V}};
         auto& speed =
             m_interfaceFeatures.Add("InterfaceSpeed", HvFeatureDataInt, HvFeatureFlagsRead);
         speed.integer = 1000;
@@ -369,8 +371,8 @@ public:
 
     HvErrorType ListInterfaces(std::vector<InterfaceInfo>& interfaces) override
     {
-        interfaces = {{"fake-if-0", "Fake network card", HvTransportLayerTypeGEV},
-                      {"fake-if-1", "Fake USB controller", HvTransportLayerTypeU3V}};
+        std::lock_guard<std::mutex> lock(m_mutex);
+        interfaces = m_interfaces;
         return HvErrorSuccess;
     }
     HvErrorType ListDevices(std::vector<DeviceInfo>& devices) override
@@ -430,6 +432,23 @@ public:
         if (tellHost && m_host != nullptr)
             m_host->DeviceLeft(id);
     }
+    void AddInterface(const char* id)
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        const InterfaceInfo info{id, std::string("Added ") + id, HvTransportLayerTypeGEV};
+        m_interfaces.push_back(info);
+        if (m_host != nullptr)
+            m_host->InterfaceArrived(info);
+    }
+    void RemoveInterface(const char* id)
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_interfaces.erase(std::remove_if(m_interfaces.begin(), m_interfaces.end(),
+                                          [&](const InterfaceInfo& i) { return i.id == id; }),
+                           m_interfaces.end());
+        if (m_host != nullptr)
+            m_host->InterfaceLeft(id);
+    }
     void SetAccess(const char* id, HvAccessModeType access)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -461,6 +480,7 @@ private:
     std::mutex m_mutex;
     IModuleHost* m_host = nullptr;
     std::vector<DeviceInfo> m_devices;
+    std::vector<InterfaceInfo> m_interfaces;
     FakeFeatureMap m_interfaceFeatures;
 };
 
@@ -495,6 +515,18 @@ FAKE_EXPORT void FakeTlUnplug(const char* id, bool tellHost)
 {
     if (g_module != nullptr)
         g_module->Unplug(id, tellHost);
+}
+
+FAKE_EXPORT void FakeTlAddInterface(const char* id)
+{
+    if (g_module != nullptr)
+        g_module->AddInterface(id);
+}
+
+FAKE_EXPORT void FakeTlRemoveInterface(const char* id)
+{
+    if (g_module != nullptr)
+        g_module->RemoveInterface(id);
 }
 
 FAKE_EXPORT void FakeTlSetAccess(const char* id, uint32_t access)

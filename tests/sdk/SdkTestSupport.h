@@ -28,6 +28,8 @@ struct FakeHooks
     void (*setAccess)(const char*, uint32_t) = nullptr;
     void (*failInterfaceType)(bool) = nullptr;
     int (*openDevices)() = nullptr;
+    void (*addInterface)(const char*) = nullptr;
+    void (*removeInterface)(const char*) = nullptr;
 
     static FakeHooks Of(const std::string& path)
     {
@@ -44,10 +46,18 @@ struct FakeHooks
         hooks.failInterfaceType =
             reinterpret_cast<void (*)(bool)>(dlsym(library, "FakeTlFailInterfaceType"));
         hooks.openDevices = reinterpret_cast<int (*)()>(dlsym(library, "FakeTlOpenDevices"));
+        hooks.addInterface =
+            reinterpret_cast<void (*)(const char*)>(dlsym(library, "FakeTlAddInterface"));
+        hooks.removeInterface =
+            reinterpret_cast<void (*)(const char*)>(dlsym(library, "FakeTlRemoveInterface"));
         dlclose(library); // drops only the reference taken here
         return hooks;
     }
-    bool Valid() const { return plug && unplug && setAccess && failInterfaceType && openDevices; }
+    bool Valid() const
+    {
+        return plug && unplug && setAccess && failInterfaceType && openDevices && addInterface &&
+               removeInterface;
+    }
 };
 
 // Reads a text by the two-call pattern and checks that both calls agree.

@@ -114,10 +114,12 @@ FileAccessEngine::FileAccessEngine(SimFeatureSet& features, DeviceFileStore& sto
 
     m_offset = &m_features.add(
         intFeature("FileAccessOffset", Access::ReadWrite, 0, 0, int64_t(kMaxFileSize)));
+    // 0 is a valid length: a host that sizes its chunks by the file asks for
+    // 0 bytes of an empty file.
     m_length = &m_features.add(
         intFeature("FileAccessLength",
                    m_config.fileAccessLengthWritable ? Access::ReadWrite : Access::ReadOnly,
-                   int64_t(kBufferSize), 1, int64_t(kBufferSize)));
+                   int64_t(kBufferSize), 0, int64_t(kBufferSize)));
 
     SimFeature buffer;
     buffer.name = "FileAccessBuffer";

@@ -101,6 +101,9 @@ SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
         m_fileAccess = std::make_unique<FileAccessEngine>(*m_features, m_store, m_config, hooks);
     }
     buildStreams();
+    // Last, so that a configured feature replaces a built-in one.
+    for (const auto& extra : m_config.extraFeatures)
+        m_features->add(extra);
     applyLatencies();
 }
 
@@ -373,10 +376,10 @@ void SimCamera::loadMapArea()
     }
 }
 
-uint32_t SimCamera::registerValue(uint64_t address) const
+uint32_t SimCamera::registerValue(uint64_t address)
 {
     const char* name = address == kShadingControlRegister ? "Shading_Control" : "Shading_MapSelect";
-    return uint32_t(const_cast<SimFeatureSet&>(*m_features).find(name)->intValue);
+    return uint32_t(m_features->find(name)->intValue);
 }
 
 Status SimCamera::setRegisterValue(uint64_t address, uint32_t value)

@@ -80,7 +80,7 @@ private:
     Status operationFault(const std::string& operation, int occurrence) const;
     Status beforeChunk();
     void loadMapArea();
-    uint32_t registerValue(uint64_t address) const;
+    uint32_t registerValue(uint64_t address);
     Status setRegisterValue(uint64_t address, uint32_t value);
 
     CameraConfig m_config;

@@ -71,6 +71,70 @@ FaultConfig faults(const json& j)
     return f;
 }
 
+Access accessOf(const std::string& text, const std::string& name)
+{
+    if (text == "RW")
+        return Access::ReadWrite;
+    if (text == "RO")
+        return Access::ReadOnly;
+    if (text == "WO")
+        return Access::WriteOnly;
+    if (text == "NA")
+        return Access::None;
+    throw std::runtime_error("access of " + name + " must be RW, RO, WO or NA");
+}
+
+SimFeature extraFeature(const json& j, FaultConfig& faults)
+{
+    SimFeature f;
+    f.name = j.at("name").get<std::string>();
+    const std::string type = j.at("type").get<std::string>();
+    f.access = accessOf(j.value("access", std::string("RW")), f.name);
+    if (type == "Integer") {
+        f.type = FeatureType::Integer;
+        f.intMin = j.value("min", f.intMin);
+        f.intMax = j.value("max", f.intMax);
+        f.intInc = j.value("increment", int64_t(1));
+        f.intValue = j.value("value", f.intMin > 0 ? f.intMin : int64_t(0));
+    } else if (type == "Float") {
+        f.type = FeatureType::Float;
+        f.floatMin = j.value("min", f.floatMin);
+        f.floatMax = j.value("max", f.floatMax);
+        f.floatInc = j.value("increment", 0.0);
+        f.floatValue = j.value("value", 0.0);
+    } else if (type == "Enumeration") {
+        f.type = FeatureType::Enumeration;
+        for (const auto& e : j.at("entries")) {
+            EnumEntry entry{e.at("name").get<std::string>(), e.at("value").get<int64_t>(), {}};
+            if (!e.value("available", true))
+                entry.available = [] { return false; };
+            f.entries.push_back(entry);
+        }
+        if (f.entries.empty())
+            throw std::runtime_error("enumeration " + f.name + " without entries");
+        f.intValue = j.value("value", f.entries.front().value);
+    } else if (type == "String") {
+        f.type = FeatureType::String;
+        f.stringValue = j.value("value", std::string());
+    } else if (type == "Boolean") {
+        f.type = FeatureType::Boolean;
+        f.boolValue = j.value("value", false);
+    } else if (type == "Command") {
+        f.type = FeatureType::Command;
+        f.access = accessOf(j.value("access", std::string("WO")), f.name);
+        if (j.contains("latencyMs") && !faults.commandLatencyMs.count(f.name))
+            faults.commandLatencyMs[f.name] = j.at("latencyMs").get<int64_t>();
+    } else if (type == "Register") {
+        f.type = FeatureType::Register;
+        f.bytes.assign(j.value("length", size_t(4)), 0);
+    } else if (type == "Unknown") {
+        f.type = FeatureType::Unknown;
+    } else {
+        throw std::runtime_error("unknown type \"" + type + "\" of feature " + f.name);
+    }
+    return f;
+}
+
 CameraConfig camera(const json& j)
 {
     CameraConfig c;
@@ -118,6 +182,12 @@ CameraConfig camera(const json& j)
     c.untypedFeatures = j.value("untypedFeatures", std::vector<std::string>());
     if (j.contains("faults"))
         c.faults = faults(j.at("faults"));
+    if (j.contains("extraFeatures"))
+        for (const auto& f : j.at("extraFeatures"))
+            c.extraFeatures.push_back(extraFeature(f, c.faults));
+    json withoutFaults = j;
+    withoutFaults.erase("faults");
+    c.signature = withoutFaults.dump();
     return c;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SimFeature.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
@@ -80,7 +82,12 @@ struct CameraConfig
     // Features whose data type the camera leaves unknown (for tests of
     // programs that must refuse them).
     std::vector<std::string> untypedFeatures;
+    // Further features of any type, described in the configuration.
+    std::vector<SimFeature> extraFeatures;
     FaultConfig faults;
+    // The camera's configuration text without its faults: a camera whose
+    // signature changes in the file is unplugged and plugged in anew.
+    std::string signature;
 
     bool isUsb3() const { return transport == "USB3"; }
 };

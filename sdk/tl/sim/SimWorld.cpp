@@ -186,9 +186,19 @@ void SimWorld::reconcile(const SimConfig& config)
         std::set<std::string> wanted;
         for (const auto& c : config.cameras)
             wanted.insert(c.id);
+        std::map<std::string, const CameraConfig*> byId;
+        for (const auto& c : config.cameras)
+            byId[c.id] = &c;
         for (auto it = m_cameras.begin(); it != m_cameras.end();) {
-            const std::string& id = (*it)->id();
-            if (m_fromConfig.count(id) && !wanted.count(id)) {
+            const std::string id = (*it)->id();
+            auto listed = byId.find(id);
+            // A camera whose settings changed comes back as a new device; one
+            // whose faults alone changed takes them in place.
+            bool changed = listed != byId.end() && m_fromConfig.count(id) &&
+                           listed->second->signature != (*it)->config().signature;
+            if (m_fromConfig.count(id) && listed != byId.end() && !changed)
+                (*it)->setFaults(listed->second->faults);
+            if (m_fromConfig.count(id) && (!wanted.count(id) || changed)) {
                 removed.push_back(*it);
                 m_fromConfig.erase(id);
                 it = m_cameras.erase(it);

@@ -314,6 +314,28 @@ TEST_F(FileAccessTest, DownloadOfOddSizeReportsShortLastChunk)
     EXPECT_EQ(fs.runCommand("FileOperationExecute"), InvalidValue);
 }
 
+TEST_F(FileAccessTest, EmptyFileDownloadsWithLengthZero)
+{
+    CameraConfig c = gigeConfig();
+    FileEntryConfig empty;
+    empty.selector = "Empty";
+    c.files.push_back(empty);
+    c.serial = "EMPTY1";
+    camera = makeCamera(c);
+    auto& fs = camera->features();
+    fs.setEnum("FileSelector", "Empty");
+    fs.setEnum("FileOpenMode", "Read");
+    fs.setEnum("FileOperationSelector", "Open");
+    ASSERT_EQ(fs.runCommand("FileOperationExecute"), Ok);
+    int64_t size = -1;
+    ASSERT_EQ(fs.getInt("FileSize", size), Ok);
+    EXPECT_EQ(size, 0);
+    // The host sizes its chunk by the file: 0.
+    EXPECT_EQ(fs.setInt("FileAccessLength", 0), Ok);
+    fs.setEnum("FileOperationSelector", "Close");
+    EXPECT_EQ(fs.runCommand("FileOperationExecute"), Ok);
+}
+
 TEST_F(FileAccessTest, CameraWithFixedLengthTakesTheBytesOfTheLastBufferWrite)
 {
     CameraConfig c = gigeConfig();

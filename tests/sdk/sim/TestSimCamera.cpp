@@ -273,6 +273,61 @@ TEST_F(CameraTest, StreamsOfEachTransport)
     EXPECT_TRUE(t->stream(1)->has("GVSPAdjustPacketSize"));
 }
 
+TEST_F(CameraTest, ExtraFeaturesFromTheConfiguration)
+{
+    CameraConfig c;
+    std::string error;
+    ASSERT_TRUE(SimConfig::parseCamera(R"({"id": "X", "width": 8, "height": 8, "extraFeatures": [
+        {"name": "Brightness", "type": "Integer", "min": 10, "max": 100, "increment": 5},
+        {"name": "Ratio", "type": "Float", "value": 1.5, "min": 0, "max": 10, "increment": 0.5},
+        {"name": "Mode", "type": "Enumeration", "value": 1,
+         "entries": [{"name": "A", "value": 0}, {"name": "B", "value": 1},
+                     {"name": "C", "value": 2, "available": false}]},
+        {"name": "Label", "type": "String", "value": "hi", "access": "RO"},
+        {"name": "Flag", "type": "Boolean", "access": "WO"},
+        {"name": "Trigger", "type": "Command", "latencyMs": -1},
+        {"name": "Blob", "type": "Register", "length": 16},
+        {"name": "Odd", "type": "Unknown"}]})",
+                                       c, &error))
+        << error;
+    auto cam = make(c);
+    auto& fs = cam->features();
+    int64_t i = 0;
+    fs.getInt("Brightness", i);
+    EXPECT_EQ(i, 10);
+    EXPECT_EQ(fs.setInt("Brightness", 12), InvalidValue);
+    EXPECT_EQ(fs.setInt("Brightness", 15), Ok);
+    EXPECT_EQ(fs.setFloat("Ratio", 1.25), InvalidValue);
+    EXPECT_EQ(fs.setFloat("Ratio", 2.5), Ok);
+    std::string text;
+    fs.getEnum("Mode", text);
+    EXPECT_EQ(text, "B");
+    EXPECT_EQ(fs.setEnum("Mode", "C"), NotAvailable);
+    EXPECT_EQ(fs.getString("Label", text), Ok);
+    EXPECT_EQ(text, "hi");
+    EXPECT_EQ(fs.setString("Label", "x"), InvalidAccess);
+    bool b = false;
+    EXPECT_EQ(fs.getBool("Flag", b), InvalidAccess);
+    EXPECT_EQ(fs.setBool("Flag", true), Ok);
+    ASSERT_EQ(fs.runCommand("Trigger"), Ok);
+    bool done = true;
+    fs.isCommandDone("Trigger", done);
+    EXPECT_FALSE(done);
+    size_t length = 0;
+    fs.registerLength("Blob", length);
+    EXPECT_EQ(length, 16u);
+    FeatureType type = FeatureType::Integer;
+    Access access;
+    ASSERT_EQ(fs.info("Odd", type, access), Ok);
+    EXPECT_EQ(type, FeatureType::Unknown);
+    EXPECT_EQ(fs.getInt("Odd", i), WrongType);
+
+    CameraConfig bad;
+    EXPECT_FALSE(SimConfig::parseCamera(
+        R"({"id": "X", "extraFeatures": [{"name": "Q", "type": "Quaternion"}]})", bad, &error));
+    EXPECT_NE(error.find("Quaternion"), std::string::npos);
+}
+
 TEST_F(CameraTest, FramesComeFromAPlausibleSensor)
 {
     auto cam = make(config(0));

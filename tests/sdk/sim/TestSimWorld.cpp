@@ -224,6 +224,31 @@ TEST(SimWorld, HotPlugThroughTheConfigurationFile)
     w.stop();
 }
 
+TEST(SimWorld, EditedCameraComesBackAndEditedFaultsApplyInPlace)
+{
+    std::string dir = simtest::freshFolder("world");
+    SimWorld::Options o;
+    o.stateRoot = dir;
+    o.configPath = dir + "/cams.json";
+    o.pollMs = 20;
+    writeFile(o.configPath, R"({"cameras": [{"id": "A", "width": 64, "height": 32},
+                                            {"id": "B", "width": 64, "height": 32}]})");
+    SimWorld w(o);
+    Events events;
+    w.setListener(std::ref(events));
+    w.start();
+    auto b = w.camera("B");
+    writeFile(o.configPath, R"({"cameras": [{"id": "A", "width": 128, "height": 32},
+        {"id": "B", "width": 64, "height": 32, "faults": {"failGetInterfaceType": true}}]})");
+    auto seen = events.waitFor(2);
+    EXPECT_EQ(seen, (std::vector<std::string>{"-A", "+A"}));
+    EXPECT_EQ(w.camera("A")->config().width, 128u);
+    EXPECT_EQ(w.camera("B"), b) << "a change of faults alone keeps the device";
+    int code = 0;
+    EXPECT_EQ(b->interfaceType(code), TransportError);
+    w.stop();
+}
+
 TEST(SimWorld, ProgrammaticHotPlugAndFaultDisconnect)
 {
     SimWorld::Options o;

@@ -64,11 +64,6 @@ OxCamera::~OxCamera()
     delete m_feature;
 }
 
-OxFeatureContainer* OxCamera::GetFeatureContainer() const
-{
-    return m_feature;
-}
-
 HvErrorType OxCamera::GetInfo(HvCameraInfo* info) const
 {
     if (info == nullptr)

@@ -34,8 +34,6 @@ public:
     HvErrorType GetInfo(HvCameraInfo* info) const;
     QString GetCameraName() const;
     QString GetCameraManufacturerInfo() const;
-    // The camera's own features, owned by this wrapper.
-    OxFeatureContainer* GetFeatureContainer() const;
 
     // The camera's own features; owned by the wrapper and valid as long as it.
     OxFeatureContainer* GetFeatureContainer() const;

@@ -192,12 +192,6 @@ void TestOxCamera::rawMemoryAndFrames()
         read.fill('\x55');
         QVERIFY(!f.wrapper->Read(0x100, read.data(), &size));
         QCOMPARE(read, QByteArray(8, '\x55'));
-        // The placeholder writes nothing anywhere.
-        f.sim.clearTrace(kCam);
-        QVERIFY(!f.wrapper->OxRegisterDeviceWrite(
-            "Shading_Control", reinterpret_cast<const unsigned char*>("\1\0\0\0"), &size,
-            kShadingControl));
-        QVERIFY(f.trace().isEmpty());
 
         std::shared_ptr<Hvx::Frame> frame;
         QVERIFY(f.wrapper->AcquireSingleImage(frame, 1000, Hvx::FrameAllocation_AnnounceFrame));

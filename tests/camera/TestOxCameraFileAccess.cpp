@@ -45,13 +45,11 @@ QByteArray seventyText()
 QJsonObject fileEntry(const char* selector, const QByteArray& content = QByteArray(),
                       bool read = true, bool write = true)
 {
-    QJsonObject f;
-    f.insert("selector", selector);
-    f.insert("kind", "plain");
-    f.insert("content", QString::fromLatin1(content));
-    f.insert("read", read);
-    f.insert("write", write);
-    return f;
+    return QJsonObject{{"selector", selector},
+                       {"kind", "plain"},
+                       {"content", QString::fromLatin1(content)},
+                       {"read", read},
+                       {"write", write}};
 }
 
 QJsonObject fileCamera(const QJsonObject& faults = QJsonObject(), bool hasFilename = true,
@@ -71,17 +69,12 @@ QJsonObject fileCamera(const QJsonObject& faults = QJsonObject(), bool hasFilena
 
 QJsonObject failFeature(const char* feature, const char* op = "set")
 {
-    QJsonObject f;
-    f.insert("feature", feature);
-    f.insert("op", op);
-    return QJsonObject{{"failFeatures", QJsonArray{f}}};
+    return QJsonObject{{"failFeatures", QJsonArray{QJsonObject{{"feature", feature}, {"op", op}}}}};
 }
 
 QJsonObject failOperation(const char* operation, int chunk = 0)
 {
-    QJsonObject o;
-    o.insert("operation", operation);
-    o.insert("chunk", chunk);
+    const QJsonObject o{{"operation", operation}, {"chunk", chunk}};
     return QJsonObject{{"failOperations", QJsonArray{o}}};
 }
 

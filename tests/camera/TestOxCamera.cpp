@@ -1,6 +1,6 @@
 // The camera wrapper besides file transfers: packet size adjustment on
-// construction, register byte order, raw memory, frames and the User Set
-// save, against simulated cameras.
+// construction, register byte order, frames and the User Set save, against
+// simulated cameras.
 
 #include "OxCamera.h"
 #include "OxFeatureContainer.h"
@@ -18,7 +18,6 @@ namespace {
 const char* const kCam = "SIM-CAM-1";
 constexpr unsigned long kShadingControl = 0x105FFFE0;
 constexpr unsigned long kShadingMapSelect = 0x105FFFE4;
-constexpr unsigned long kMapArea = 0x10100000;
 
 QJsonObject stream(const char* protocol, int packetSize = 1500)
 {
@@ -77,7 +76,7 @@ private slots:
     void packetSizeCommandNeverCompletes();
     void registerByteOrder_data();
     void registerByteOrder();
-    void rawMemoryAndFrames();
+    void singleFrames();
     void saveToUserSet_data();
     void saveToUserSet();
 };
@@ -175,30 +174,16 @@ void TestOxCamera::registerByteOrder()
     QCOMPARE(control, QVariant(1LL));
 }
 
-void TestOxCamera::rawMemoryAndFrames()
+void TestOxCamera::singleFrames()
 {
     {
         SimCamera f(kCam, camera("USB3"));
         QVERIFY(f.ok());
-        const QByteArray written("\x10\x32\x54\x76\x98\xba\xdc\xfe", 8);
-        unsigned int size = 8;
-        QVERIFY(f.wrapper->Write(kMapArea + 64, written.constData(), &size));
-        QByteArray read(8, '\0');
-        QVERIFY(f.wrapper->Read(kMapArea + 64, read.data(), &size));
-        QCOMPARE(read, written);
-        unsigned int zero = 0;
-        QVERIFY(!f.wrapper->Read(kMapArea, read.data(), &zero));
-        // An address the camera does not map fails and leaves the data alone.
-        read.fill('\x55');
-        QVERIFY(!f.wrapper->Read(0x100, read.data(), &size));
-        QCOMPARE(read, QByteArray(8, '\x55'));
-
         std::shared_ptr<Hvx::Frame> frame;
         QVERIFY(f.wrapper->AcquireSingleImage(frame, 1000, Hvx::FrameAllocation_AnnounceFrame));
         uint32_t width = 0;
         QVERIFY(frame && frame->GetWidth(width) == HvErrorSuccess && width == 640u);
     }
-
     SimCamera broken(kCam, camera("USB3", failing("AcquireSingleImage", "execute")));
     QVERIFY(broken.ok());
     std::shared_ptr<Hvx::Frame> frame;

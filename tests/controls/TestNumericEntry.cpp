@@ -6,7 +6,6 @@
 
 #include <QLabel>
 #include <QLineEdit>
-#include <QScreen>
 #include <QVBoxLayout>
 #include <QtTest>
 
@@ -256,47 +255,6 @@ private slots:
         form.finish(false);
         QCOMPARE(form.control->value(), expected);
         QCOMPARE(balloon(form.control), message);
-    }
-
-    void balloonPlacement_data()
-    {
-        QTest::addColumn<QString>("where");
-        QTest::addColumn<bool>("arrow");
-        QTest::newRow("room below") << "top-left" << true;
-        QTest::newRow("no room below") << "bottom" << true;
-        QTest::newRow("no room right") << "right" << true;
-        QTest::newRow("without arrow") << "top-left" << false;
-    }
-
-    void balloonPlacement()
-    {
-        QFETCH(QString, where);
-        QFETCH(bool, arrow);
-
-        // A second tip replaces the first.
-        OrxBalloonTip::showBalloon(QSystemTrayIcon::Warning, "Title", "Text", QPoint(200, 200),
-                                   true);
-        QPointer<OrxBalloonTip> first = OrxBalloonTip::current();
-        const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
-        QPoint spot = area.topLeft() + QPoint(100, 100);
-        if (where == "bottom")
-            spot.setY(area.bottom() - 5);
-        else if (where == "right")
-            spot.setX(area.right() - 3);
-        OrxBalloonTip::showBalloon(QSystemTrayIcon::Critical, "Invalid Value",
-                                   "Minimum:0 Maximum:100", spot, arrow);
-        QVERIFY(first.isNull() || !first->isVisible());
-        const QRect tip = OrxBalloonTip::current()->geometry();
-        QVERIFY(area.contains(tip));
-        if (!arrow) {
-            QCOMPARE(tip.topLeft(), spot);
-        } else {
-            QVERIFY(tip.left() < spot.x() && spot.x() < tip.right());
-            QCOMPARE(where == "bottom" ? tip.bottom() + 1 : tip.top(), spot.y());
-        }
-        QTest::mouseClick(OrxBalloonTip::current(), Qt::LeftButton);
-        QVERIFY(!OrxBalloonTip::isBalloonVisible());
-        QTRY_VERIFY(OrxBalloonTip::current() == nullptr);
     }
 
     void hexLineEditsFilterTyping_data()

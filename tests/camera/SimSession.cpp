@@ -1,9 +1,11 @@
 #include "SimSession.h"
+#include "OxCamera.h"
 
 #include <Hvx/Camera.h>
 #include <Hvx/HvSystem.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
 
@@ -58,18 +60,6 @@ Hvx::CameraPtr SimSession::openCamera(const char* plainId)
     return cam;
 }
 
-QString SimSession::extendedId(const char* plainId)
-{
-    Hvx::CameraPtr cam = camera(plainId);
-    if (!cam)
-        return QString();
-    unsigned int length = 0;
-    cam->GetID(nullptr, length, true);
-    QByteArray id(int(length) + 1, '\0');
-    cam->GetID(id.data(), length, true);
-    return QString::fromUtf8(id.constData(), int(length));
-}
-
 QStringList SimSession::trace(const char* plainId, bool withIsDone)
 {
     std::vector<HvxSim::TraceEntry> entries;
@@ -95,11 +85,6 @@ void SimSession::clearTrace(const char* plainId)
     m_control->ClearTrace(plainId);
 }
 
-int SimSession::count(const char* plainId, const QString& line)
-{
-    return trace(plainId).count(line);
-}
-
 QByteArray SimSession::storedFile(const char* plainId, const char* selector, const char* fileName)
 {
     std::vector<uint8_t> bytes;
@@ -119,3 +104,28 @@ QJsonObject SimSession::cameraJson(const char* plainId, const char* transport)
     cam.insert("manufacturerInfo", "4.1.0 (2026-05-01)");
     return cam;
 }
+
+QStringList selectLines(const QStringList& trace, const QString& prefix)
+{
+    QStringList lines;
+    for (const QString& line : trace)
+        if (line.startsWith(prefix))
+            lines << line.mid(prefix.size());
+    return lines;
+}
+
+SimCamera::SimCamera(const char* plainId, const QJsonObject& camera)
+    : id(plainId), sim(QJsonArray{camera})
+{
+    if (!sim.ok() || !(handle = sim.openCamera(id)))
+        return;
+    sim.clearTrace(id);
+    QElapsedTimer clock;
+    clock.start();
+    wrapper = std::make_unique<OxCamera>(handle, nullptr);
+    constructionMs = clock.elapsed();
+    constructionTrace = sim.trace(id);
+    sim.clearTrace(id);
+}
+
+SimCamera::~SimCamera() = default;

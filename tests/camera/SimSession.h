@@ -10,7 +10,10 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <memory>
 #include <vector>
+
+class OxCamera;
 
 // One run of the camera SDK over the simulated transport layer with the
 // cameras a test describes: its own configuration file and state folder,
@@ -29,13 +32,11 @@ public:
     // The SDK's camera object for a plain simulator ID, unopened.
     Hvx::CameraPtr camera(const char* plainId);
     Hvx::CameraPtr openCamera(const char* plainId);
-    QString extendedId(const char* plainId);
 
     // Feature operations the camera saw, as "feature op value" lines
     // ("FileSelector set Plain"); scope other than "camera" is prefixed.
     QStringList trace(const char* plainId, bool withIsDone = true);
     void clearTrace(const char* plainId);
-    int count(const char* plainId, const QString& line);
     QByteArray storedFile(const char* plainId, const char* selector, const char* fileName = "");
 
     QString path(const QString& name) const { return m_dir.filePath(name); }
@@ -47,4 +48,26 @@ private:
     QTemporaryDir m_dir;
     HvxSim::IControl* m_control = nullptr;
     bool m_started = false;
+};
+
+// Lines of a trace that start with prefix, with the prefix cut off.
+QStringList selectLines(const QStringList& trace, const QString& prefix);
+
+// A simulated camera, opened and wrapped. The trace is cleared just before
+// the wrapper is built and again after, so constructionTrace shows what
+// construction did and trace() what the test did since.
+struct SimCamera
+{
+    SimCamera(const char* plainId, const QJsonObject& camera);
+    ~SimCamera();
+    bool ok() const { return wrapper != nullptr; }
+    QStringList trace(bool withIsDone = true) { return sim.trace(id, withIsDone); }
+    QByteArray storedFile(const char* selector) { return sim.storedFile(id, selector); }
+
+    const char* id;
+    SimSession sim;
+    Hvx::CameraPtr handle;
+    std::unique_ptr<OxCamera> wrapper;
+    qint64 constructionMs = -1;
+    QStringList constructionTrace;
 };

@@ -1,6 +1,7 @@
 #include "ApiController.h"
 #include "CameraDiscoveryWidget.h"
 #include "CameraTreeModel.h"
+#include "TreeDump.h"
 
 #include <HvxSimControl.h>
 
@@ -47,39 +48,12 @@ struct Controls
     QPushButton* refresh;
 };
 
-// Every row of the tree, indented by level, column 0.
-QString dump(const QAbstractItemModel* model, const QModelIndex& parent = QModelIndex(),
-             int level = 0)
-{
-    QString out;
-    for (int row = 0; row < model->rowCount(parent); ++row) {
-        const QModelIndex idx = model->index(row, 0, parent);
-        out += QString(level * 2, ' ') + idx.data().toString() + '\n';
-        out += dump(model, idx, level + 1);
-    }
-    return out;
-}
-
 // What a user's double click delivers: a click, then the double-click event.
 void doubleClickRow(QTreeView* tree, const QModelIndex& index)
 {
     const QPoint p = tree->visualRect(index).center();
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, p);
     QTest::mouseDClick(tree->viewport(), Qt::LeftButton, {}, p);
-}
-
-QModelIndex findRow(const QAbstractItemModel* model, const QString& text,
-                    const QModelIndex& parent = QModelIndex())
-{
-    for (int row = 0; row < model->rowCount(parent); ++row) {
-        const QModelIndex idx = model->index(row, 0, parent);
-        if (idx.data().toString() == text)
-            return idx;
-        const QModelIndex below = findRow(model, text, idx);
-        if (below.isValid())
-            return below;
-    }
-    return QModelIndex();
 }
 
 } // namespace
@@ -93,10 +67,8 @@ private slots:
     void labelTexts_data();
     void labelTexts();
     void autoRefreshToggledBeforeController();
-    void refreshDisablesRefreshButton();
     void hotPlugInAndOut();
     void openButtonFollowsCurrentRow();
-    void doubleClick();
     void openAndCloseSwitchPages();
 
 private:
@@ -146,16 +118,8 @@ void TestCameraDiscoveryWidget::startupToFirstFilteredList()
     QCOMPARE(c.label->text(), QString("Refresh in progress..."));
     QVERIFY(!c.label->isHidden());
     QVERIFY(!c.open->isEnabled());
-    QCOMPARE(c.open->text(), QString("Open Selected Camera"));
-    QCOMPARE(c.close->text(), QString("Close Camera"));
     QCOMPARE(c.stack->currentWidget(), c.open);
-    QVERIFY(c.autoRefresh->isChecked());
-    QCOMPARE(c.autoRefresh->toolTip(),
-             QString("Enable or disable the automatic refresh of the list of cameras"));
-    QVERIFY(c.compatibleOnly->isChecked());
-    QCOMPARE(c.compatibleOnly->toolTip(), QString("Show compatible cameras only"));
-    QVERIFY(c.tree->isHeaderHidden());
-    QVERIFY(qobject_cast<CameraTreeModel*>(c.tree->model()));
+    QVERIFY(c.autoRefresh->isChecked() && c.compatibleOnly->isChecked());
 
     QVERIFY(waitForFirstList(widget));
     QCOMPARE(ready.count(), 1);
@@ -166,14 +130,13 @@ void TestCameraDiscoveryWidget::startupToFirstFilteredList()
 
     // The incompatible B is filtered out. The simulator is one transport
     // layer with an interface per bus.
-    QCOMPARE(dump(c.tree->model()), QString("Orvex Simulated Transport Layer\n"
-                                            "  sim-gige-0\n"
-                                            "    kva640MXGE-SNA(A)\n"
-                                            "  sim-usb3-0\n"
-                                            "    zt1280MLV-SNC(C)\n"));
-    const QModelIndex a = findRow(c.tree->model(), "kva640MXGE-SNA(A)");
-    QVERIFY(c.tree->isExpanded(a.parent()));
-    QVERIFY(c.tree->isExpanded(a.parent().parent()));
+    QCOMPARE(dumpTree(*c.tree->model()), QString("Orvex Simulated Transport Layer\n"
+                                                 "  sim-gige-0\n"
+                                                 "    kva640MXGE-SNA(A)\n"
+                                                 "  sim-usb3-0\n"
+                                                 "    zt1280MLV-SNC(C)\n"));
+    const QModelIndex a = findRow(*c.tree->model(), "kva640MXGE-SNA(A)");
+    QVERIFY(c.tree->isExpanded(a.parent()) && c.tree->isExpanded(a.parent().parent()));
     QVERIFY(c.label->isHidden());
     QVERIFY(c.refresh->isEnabled());
     QVERIFY(QApplication::overrideCursor() == nullptr);
@@ -219,14 +182,21 @@ void TestCameraDiscoveryWidget::labelTexts()
     QSignalSpy reset(c.tree->model(), &QAbstractItemModel::modelReset);
     c.compatibleOnly->setChecked(false);
     QVERIFY(!c.refresh->isEnabled());
+    QVERIFY(QApplication::overrideCursor());
+    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
     QVERIFY(reset.wait(5000));
+    QVERIFY(c.refresh->isEnabled());
+    QVERIFY(QApplication::overrideCursor() == nullptr);
     QCOMPARE(c.tree->model()->rowCount(), unfilteredRows);
     QCOMPARE(c.label->isHidden(), unfilteredRows > 0);
     if (unfilteredRows == 0)
         QCOMPARE(c.label->text(), unfiltered);
 
-    // And checking it again filters again.
+    // Checking it again filters again; the Refresh button fetches anew.
     c.compatibleOnly->setChecked(true);
+    QVERIFY(reset.wait(5000));
+    QTest::mouseClick(c.refresh, Qt::LeftButton);
+    QVERIFY(!c.refresh->isEnabled());
     QVERIFY(reset.wait(5000));
     QCOMPARE(c.tree->model()->rowCount(), 0);
     QCOMPARE(c.label->text(), filtered);
@@ -255,28 +225,6 @@ void TestCameraDiscoveryWidget::autoRefreshToggledBeforeController()
     QCOMPARE(errors.count(), 2);
 }
 
-void TestCameraDiscoveryWidget::refreshDisablesRefreshButton()
-{
-    useCameras({cameraJson("A", "kva640MXGE")});
-    CameraDiscoveryWidget widget;
-    Controls c(widget);
-    QVERIFY(waitForFirstList(widget));
-    QVERIFY(c.refresh->isEnabled());
-    c.tree->setCurrentIndex(findRow(c.tree->model(), "kva640MXGE-SNA(A)"));
-    QVERIFY(c.open->isEnabled());
-
-    QSignalSpy reset(c.tree->model(), &QAbstractItemModel::modelReset);
-    QTest::mouseClick(c.refresh, Qt::LeftButton);
-    QVERIFY(!c.refresh->isEnabled());
-    QVERIFY(!c.open->isEnabled());
-    QVERIFY(QApplication::overrideCursor());
-    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
-    QVERIFY(reset.wait(5000));
-    QVERIFY(c.refresh->isEnabled());
-    QVERIFY(QApplication::overrideCursor() == nullptr);
-    QCOMPARE(dump(c.tree->model()).count("(A)"), 1);
-}
-
 void TestCameraDiscoveryWidget::hotPlugInAndOut()
 {
     useCameras({cameraJson("A", "kva640MXGE")});
@@ -300,39 +248,35 @@ void TestCameraDiscoveryWidget::hotPlugInAndOut()
         return false;
     };
     QTRY_VERIFY(announced("gx1280C-PoE"));
-    QVERIFY(!dump(c.tree->model()).contains("(X)"));
+    QVERIFY(!dumpTree(*c.tree->model()).contains("(X)"));
     QCOMPARE(c.tree->model()->rowCount(), 1);
 
     // A compatible one on a new interface appears, expanded.
     QCOMPARE(sim->AddCamera(cameraJson("H", "zt1280MLV", "USB3").toStdString()), 0);
-    QTRY_VERIFY(findRow(c.tree->model(), "zt1280MLV-SNH(H)").isValid());
-    const QModelIndex h = findRow(c.tree->model(), "zt1280MLV-SNH(H)");
+    QTRY_VERIFY(findRow(*c.tree->model(), "zt1280MLV-SNH(H)").isValid());
+    const QModelIndex h = findRow(*c.tree->model(), "zt1280MLV-SNH(H)");
     QVERIFY(c.tree->isExpanded(h.parent()));
-    QCOMPARE(dump(c.tree->model()), QString("Orvex Simulated Transport Layer\n"
-                                            "  sim-gige-0\n"
-                                            "    kva640MXGE-SNA(A)\n"
-                                            "  sim-usb3-0\n"
-                                            "    zt1280MLV-SNH(H)\n"));
+    QCOMPARE(dumpTree(*c.tree->model()), QString("Orvex Simulated Transport Layer\n"
+                                                 "  sim-gige-0\n"
+                                                 "    kva640MXGE-SNA(A)\n"
+                                                 "  sim-usb3-0\n"
+                                                 "    zt1280MLV-SNH(H)\n"));
 
     // Leaving: the row and its emptied branches go, and the widget says who left.
     QCOMPARE(sim->RemoveCamera("H"), 0);
     QTRY_COMPARE(removed.count(), 1);
-    QCOMPARE(removed.at(0).at(0).toString(), QString("sim::H"));
-    QCOMPARE(removed.at(0).at(1).toString(), QString("Name H"));
-    QCOMPARE(dump(c.tree->model()), QString("Orvex Simulated Transport Layer\n"
-                                            "  sim-gige-0\n"
-                                            "    kva640MXGE-SNA(A)\n"));
+    QCOMPARE(removed.at(0), QVariantList({"sim::H", "Name H"}));
+    QCOMPARE(dumpTree(*c.tree->model()), QString("Orvex Simulated Transport Layer\n"
+                                                 "  sim-gige-0\n"
+                                                 "    kva640MXGE-SNA(A)\n"));
     QVERIFY(c.label->isHidden());
 
     // The last camera leaving empties the tree and brings the label back.
     QCOMPARE(sim->RemoveCamera("A"), 0);
     QTRY_COMPARE(removed.count(), 2);
-    QCOMPARE(removed.at(1).at(0).toString(), QString("sim::A"));
     QCOMPARE(c.tree->model()->rowCount(), 0);
     QVERIFY(!c.label->isHidden());
     QCOMPARE(c.label->text(), QString("No compatible cameras found"));
-    QCOMPARE(sim->RemoveCamera("X"), 0);
-    QTRY_COMPARE(removed.count(), 3);
 }
 
 void TestCameraDiscoveryWidget::openButtonFollowsCurrentRow()
@@ -343,8 +287,8 @@ void TestCameraDiscoveryWidget::openButtonFollowsCurrentRow()
     Controls c(widget);
     QVERIFY(waitForFirstList(widget));
     const QAbstractItemModel* model = c.tree->model();
-    const QModelIndex a = findRow(model, "kva640MXGE-SNA(A)");
-    const QModelIndex locked = findRow(model, "kva640MXGE-SNL(L)");
+    const QModelIndex a = findRow(*model, "kva640MXGE-SNA(A)");
+    const QModelIndex locked = findRow(*model, "kva640MXGE-SNL(L)");
     QVERIFY(a.isValid() && locked.isValid());
     QVERIFY(!(model->flags(locked) & Qt::ItemIsEnabled));
 
@@ -352,9 +296,7 @@ void TestCameraDiscoveryWidget::openButtonFollowsCurrentRow()
     QVERIFY(c.open->isEnabled());
     c.tree->setCurrentIndex(a.parent()); // interface
     QVERIFY(!c.open->isEnabled());
-    c.tree->setCurrentIndex(a);
     c.tree->setCurrentIndex(a.parent().parent()); // transport layer
-    QVERIFY(!c.open->isEnabled());
     // The view refuses a camera without full access as current row.
     c.tree->setCurrentIndex(locked);
     QCOMPARE(c.tree->currentIndex(), a.parent().parent());
@@ -364,7 +306,6 @@ void TestCameraDiscoveryWidget::openButtonFollowsCurrentRow()
     QVERIFY(c.open->isEnabled());
     CameraInfoMap info =
         widget.GetApiController()->GetCameraInfo(widget.GetApiController()->GetCameraPtr("sim::A"));
-    QCOMPARE(info.value("Full Access"), QVariant(true));
     info["Full Access"] = false;
     emit widget.GetApiController()->CameraOpenStateChanged(info);
     QVERIFY(!(model->flags(a) & Qt::ItemIsEnabled));
@@ -385,7 +326,7 @@ void TestCameraDiscoveryWidget::openButtonFollowsCurrentRow()
     QCOMPARE(opened.count(), 0);
 }
 
-void TestCameraDiscoveryWidget::doubleClick()
+void TestCameraDiscoveryWidget::openAndCloseSwitchPages()
 {
     useCameras({cameraJson("A", "kva640MXGE")});
     CameraDiscoveryWidget widget;
@@ -397,53 +338,35 @@ void TestCameraDiscoveryWidget::doubleClick()
     QSignalSpy opened(&widget, &CameraDiscoveryWidget::CameraOpened);
     QSignalSpy closed(&widget, &CameraDiscoveryWidget::CameraClosed);
 
-    const QModelIndex a = findRow(c.tree->model(), "kva640MXGE-SNA(A)");
+    // A double click on a branch opens nothing.
+    const QModelIndex a = findRow(*c.tree->model(), "kva640MXGE-SNA(A)");
     QSignalSpy doubleClicked(c.tree, &QTreeView::doubleClicked);
     for (const QPersistentModelIndex branch : {a.parent().parent(), a.parent()}) {
         doubleClickRow(c.tree, branch);
         QCOMPARE(doubleClicked.count(), 1);
         QCOMPARE(doubleClicked.takeFirst().at(0).toModelIndex(), QModelIndex(branch));
-        QCOMPARE(c.tree->currentIndex(), QModelIndex(branch));
         QCOMPARE(opened.count(), 0);
         // Double-clicking a branch folds it; unfold it for the next click.
         c.tree->expandAll();
     }
     QCOMPARE(c.stack->currentWidget(), c.open);
 
-    doubleClickRow(c.tree, findRow(c.tree->model(), "kva640MXGE-SNA(A)"));
+    doubleClickRow(c.tree, findRow(*c.tree->model(), "kva640MXGE-SNA(A)"));
     QCOMPARE(opened.count(), 1);
     QCOMPARE(opened.at(0).at(0).toString(), QString("sim::A"));
-    QCOMPARE(closed.count(), 0);
-}
-
-void TestCameraDiscoveryWidget::openAndCloseSwitchPages()
-{
-    useCameras({cameraJson("A", "kva640MXGE")});
-    CameraDiscoveryWidget widget;
-    Controls c(widget);
-    QVERIFY(waitForFirstList(widget));
-    QSignalSpy opened(&widget, &CameraDiscoveryWidget::CameraOpened);
-    QSignalSpy closed(&widget, &CameraDiscoveryWidget::CameraClosed);
-    c.tree->setCurrentIndex(findRow(c.tree->model(), "kva640MXGE-SNA(A)"));
-
-    QTest::mouseClick(c.open, Qt::LeftButton);
-    QCOMPARE(opened.count(), 1);
-    QCOMPARE(opened.at(0).at(0).toString(), QString("sim::A"));
-    QCOMPARE(c.stack->currentIndex(), 1);
     QCOMPARE(c.stack->currentWidget(), c.close);
     QVERIFY(!c.tree->isEnabled());
 
     QTest::mouseClick(c.close, Qt::LeftButton);
     QCOMPARE(closed.count(), 1);
-    QCOMPARE(closed.at(0).at(0).toString(), QString("sim::A"));
-    QCOMPARE(closed.at(0).at(1).toString(), QString("Name A"));
-    QCOMPARE(c.stack->currentIndex(), 0);
+    QCOMPARE(closed.at(0), QVariantList({"sim::A", "Name A"}));
+    QCOMPARE(c.stack->currentWidget(), c.open);
     QVERIFY(c.tree->isEnabled());
-    QCOMPARE(opened.count(), 1);
 
-    // A camera leaving while the tree is disabled for an open camera frees the tree.
-    emit widget.CameraOpened("sim::A");
+    QTest::mouseClick(c.open, Qt::LeftButton);
+    QCOMPARE(opened.count(), 2);
     QVERIFY(!c.tree->isEnabled());
+    // A camera leaving while the tree is disabled for an open camera frees the tree.
     QSignalSpy removed(&widget, &CameraDiscoveryWidget::CameraRemoved);
     QCOMPARE(HvxSim::Control()->RemoveCamera("A"), 0);
     QTRY_COMPARE(removed.count(), 1);

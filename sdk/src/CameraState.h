@@ -40,6 +40,14 @@ public:
     uint64_t openCount = 0; // tells streams of an earlier opening apart
     std::vector<StreamPtr> streams;
 
+    // An open camera stays reachable by its ID after it left, so that its
+    // owner can still close it.
+    bool IsOpen()
+    {
+        std::lock_guard<std::mutex> lock(deviceMutex);
+        return device != nullptr;
+    }
+
     bool WriteAllowed() const
     {
         return (openAccess & (HvAccessModeFull | HvAccessModeExclusive)) != 0;

@@ -372,13 +372,16 @@ HvErrorType HvSystem::Impl::GetCameras(std::vector<CameraPtr>& cameras)
 bool HvSystem::Impl::LookUpCamera(const std::string& id, CameraPtr& camera)
 {
     std::lock_guard<std::mutex> registry(m_registryMutex);
+    const auto reachable = [](const CameraEntry& entry) {
+        return entry.state->Present() || entry.state->IsOpen();
+    };
     for (const auto& entry : m_cameras)
-        if (entry.state->Present() && entry.state->extendedId == id) {
+        if (entry.state->extendedId == id && reachable(entry)) {
             camera = entry.camera;
             return true;
         }
     for (const auto& entry : m_cameras)
-        if (entry.state->Present() && entry.state->Info().id == id) {
+        if (entry.state->Info().id == id && reachable(entry)) {
             camera = entry.camera;
             return true;
         }

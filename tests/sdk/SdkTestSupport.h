@@ -79,9 +79,12 @@ inline std::string ExtendedId(const Hvx::CameraPtr& camera)
     return Text([&](char* b, unsigned int& l) { return camera->GetID(b, l, true); });
 }
 
-inline std::string PlainId(const Hvx::CameraPtr& camera)
+inline std::string RealPath(const std::string& path)
 {
-    return Text([&](char* b, unsigned int& l) { return camera->GetID(b, l, false); });
+    char* resolved = realpath(path.c_str(), nullptr);
+    std::string result = resolved ? resolved : "";
+    free(resolved);
+    return result;
 }
 
 struct Event
@@ -169,16 +172,6 @@ protected:
     {
         Hvx::CameraPtr camera;
         EXPECT_EQ(HvErrorSuccess, system().GetCameraByID(id, camera));
-        return camera;
-    }
-
-    // The writable GigE camera, opened with full access.
-    Hvx::CameraPtr OpenGigE()
-    {
-        Hvx::CameraPtr camera = Camera("fake::CAM-GEV-1");
-        if (camera) {
-            EXPECT_EQ(HvErrorSuccess, camera->Open(HvAccessModeFull));
-        }
         return camera;
     }
 

@@ -26,7 +26,7 @@ class IntFeatureMap : public IFeatureMap
 public:
     struct Int
     {
-        int64_t value, minimum, maximum, increment;
+        int64_t value;
         HvFeatureFlags flags;
     };
     std::map<std::string, Int> ints;
@@ -57,24 +57,11 @@ public:
         const auto it = ints.find(name);
         if (it == ints.end())
             return HvErrorNotFound;
-        Int& f = it->second;
-        if (value < f.minimum || value > f.maximum || (value - f.minimum) % f.increment != 0)
-            return HvErrorInvalidValue;
-        f.value = value;
-        return HvErrorSuccess;
-    }
-    HvErrorType GetIntRange(const std::string& name, int64_t& minimum, int64_t& maximum,
-                            int64_t& increment) override
-    {
-        const auto it = ints.find(name);
-        if (it == ints.end())
-            return HvErrorNotFound;
-        minimum = it->second.minimum;
-        maximum = it->second.maximum;
-        increment = it->second.increment;
+        it->second.value = value;
         return HvErrorSuccess;
     }
     // clang-format off
+    HvErrorType GetIntRange(const std::string&, int64_t&, int64_t&, int64_t&) override { return HvErrorNotFound; }
     HvErrorType GetFloat(const std::string&, double&) override { return HvErrorNotFound; }
     HvErrorType SetFloat(const std::string&, double) override { return HvErrorNotFound; }
     HvErrorType GetFloatRange(const std::string&, double&, double&, double&) override { return HvErrorNotFound; }
@@ -102,7 +89,7 @@ public:
     FakeDevice()
     {
         ++g_openDevices;
-        m_features.ints["Width"] = {640, 16, 4096, 16, HvFeatureFlagsRead | HvFeatureFlagsWrite};
+        m_features.ints["Width"] = {640, HvFeatureFlagsRead | HvFeatureFlagsWrite};
     }
     ~FakeDevice() override { --g_openDevices; }
 
@@ -126,25 +113,19 @@ private:
 class FakeModule;
 FakeModule* g_module = nullptr;
 
-DeviceInfo Device(const std::string& id, const std::string& interfaceId, const std::string& model,
-                  const std::string& name, const std::string& serial, HvAccessModeType access,
-                  HvTransportLayerType type)
-{
-    return DeviceInfo{id, interfaceId, model, name, serial, access, type};
-}
-
 class FakeModule : public IModule
 {
 public:
     FakeModule()
     {
-        m_devices.push_back(Device("CAM-GEV-1", "fake-if-0", "Fake GigE 640", "Left eye", "GS-0001",
-                                   HvAccessModeFull | HvAccessModeRead, HvTransportLayerTypeGEV));
-        m_devices.push_back(Device("CAM-U3V-2", "fake-if-1", "Fake USB 1280", "Busy one", "US-0002",
-                                   HvAccessModeRead, HvTransportLayerTypeU3V));
+        m_devices.push_back(DeviceInfo{"CAM-GEV-1", "fake-if-0", "Fake GigE 640", "Left eye",
+                                       "GS-0001", HvAccessModeFull | HvAccessModeRead,
+                                       HvTransportLayerTypeGEV});
+        m_devices.push_back(DeviceInfo{"CAM-U3V-2", "fake-if-1", "Fake USB 1280", "Busy one",
+                                       "US-0002", HvAccessModeRead, HvTransportLayerTypeU3V});
         m_interfaces = {{"fake-if-0", "Fake network card", HvTransportLayerTypeGEV},
                         {"fake-if-1", "Fake USB controller", HvTransportLayerTypeU3V}};
-        m_interfaceFeatures.ints["InterfaceSpeed"] = {1000, 0, 10000, 1, HvFeatureFlagsRead};
+        m_interfaceFeatures.ints["InterfaceSpeed"] = {1000, HvFeatureFlagsRead};
     }
     ~FakeModule() override
     {
@@ -208,51 +189,37 @@ public:
         return interfaceId == "fake-if-0" ? &m_interfaceFeatures : nullptr;
     }
 
-    // Test hooks. tellHost = false changes the list without a report, as a
-    // module that only answers list requests would.
-    void Plug(const char* id, bool tellHost)
+    // Test hooks.
+    void Change(const std::string& hook, const char* id, uint32_t arg)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_devices.push_back(Device(id, "fake-if-0", "Fake GigE 640", std::string("Plugged ") + id,
-                                   std::string("SN-") + id, HvAccessModeFull,
-                                   HvTransportLayerTypeGEV));
-        if (tellHost && m_host != nullptr)
-            m_host->DeviceArrived(m_devices.back());
-    }
-    void Unplug(const char* id, bool tellHost)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_devices.erase(std::remove_if(m_devices.begin(), m_devices.end(),
-                                       [&](const DeviceInfo& d) { return d.id == id; }),
-                        m_devices.end());
-        if (tellHost && m_host != nullptr)
-            m_host->DeviceLeft(id);
-    }
-    void AddInterface(const char* id)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_interfaces.push_back({id, std::string("Added ") + id, HvTransportLayerTypeGEV});
-        if (m_host != nullptr)
+        const auto other = [&](const auto& item) { return item.id != id; };
+        if (hook == "plug") {
+            m_devices.push_back(DeviceInfo{id, "fake-if-0", "Fake GigE 640",
+                                           std::string("Plugged ") + id, std::string("SN-") + id,
+                                           HvAccessModeFull, HvTransportLayerTypeGEV});
+            if (arg && m_host)
+                m_host->DeviceArrived(m_devices.back());
+        } else if (hook == "unplug") {
+            m_devices.erase(std::stable_partition(m_devices.begin(), m_devices.end(), other),
+                            m_devices.end());
+            if (arg && m_host)
+                m_host->DeviceLeft(id);
+        } else if (hook == "addInterface") {
+            m_interfaces.push_back({id, std::string("Added ") + id, HvTransportLayerTypeGEV});
             m_host->InterfaceArrived(m_interfaces.back());
-    }
-    void RemoveInterface(const char* id)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_interfaces.erase(std::remove_if(m_interfaces.begin(), m_interfaces.end(),
-                                          [&](const InterfaceInfo& i) { return i.id == id; }),
-                           m_interfaces.end());
-        if (m_host != nullptr)
+        } else if (hook == "removeInterface") {
+            m_interfaces.erase(
+                std::stable_partition(m_interfaces.begin(), m_interfaces.end(), other),
+                m_interfaces.end());
             m_host->InterfaceLeft(id);
-    }
-    void SetAccess(const char* id, HvAccessModeType access)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        for (auto& device : m_devices)
-            if (device.id == id) {
-                device.permittedAccess = access;
-                if (m_host != nullptr)
+        } else if (hook == "setAccess") {
+            for (auto& device : m_devices)
+                if (device.id == id) {
+                    device.permittedAccess = arg;
                     m_host->DeviceChanged(device);
-            }
+                }
+        }
     }
 
 private:
@@ -289,36 +256,15 @@ FAKE_EXPORT Hvx::Tl::IModule* HvxTlCreateModule(void)
 HVX_TL_DEFINE_MODULE(FakeModule)
 #endif
 
-FAKE_EXPORT void FakeTlPlug(const char* id, bool tellHost)
+// One entry point for all hooks, so the tests look up a single symbol.
+// tellHost = false changes the list without a report, as a module that only
+// answers list requests would.
+FAKE_EXPORT int FakeTlHook(const char* what, const char* id, uint32_t arg)
 {
-    if (g_module != nullptr)
-        g_module->Plug(id, tellHost);
-}
-FAKE_EXPORT void FakeTlUnplug(const char* id, bool tellHost)
-{
-    if (g_module != nullptr)
-        g_module->Unplug(id, tellHost);
-}
-FAKE_EXPORT void FakeTlAddInterface(const char* id)
-{
-    if (g_module != nullptr)
-        g_module->AddInterface(id);
-}
-FAKE_EXPORT void FakeTlRemoveInterface(const char* id)
-{
-    if (g_module != nullptr)
-        g_module->RemoveInterface(id);
-}
-FAKE_EXPORT void FakeTlSetAccess(const char* id, uint32_t access)
-{
-    if (g_module != nullptr)
-        g_module->SetAccess(id, access);
-}
-FAKE_EXPORT void FakeTlFailInterfaceType(bool fail)
-{
-    g_failInterfaceType = fail;
-}
-FAKE_EXPORT int FakeTlOpenDevices(void)
-{
+    const std::string hook = what;
+    if (hook == "failInterfaceType")
+        g_failInterfaceType = arg != 0;
+    else if (hook != "openDevices" && g_module != nullptr)
+        g_module->Change(hook, id, arg);
     return g_openDevices;
 }

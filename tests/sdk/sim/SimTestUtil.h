@@ -2,9 +2,10 @@
 
 // Helpers shared by the tests of the simulated transport layer, which drive
 // it as a program does: through the SDK (and the simulator's test
-// controls). A fresh state folder per test, feature access by name, the
-// File Access sequence of the program's camera wrapper, and an observer.
+// controls). A fresh state folder per test, feature access by name, and the
+// File Access sequence of the program's camera wrapper.
 
+#include "../SdkTestSupport.h"
 #include "HvxSimControl.h"
 #include "MapFileFormat.h"
 
@@ -57,11 +58,6 @@ template <typename Get> std::string text(Get get)
     return s;
 }
 
-inline std::string plainId(const Hvx::CameraPtr& cam)
-{
-    return text([&](char* b, unsigned int& n) { return cam->GetID(b, n, false); });
-}
-
 // A shading map whose words follow a pattern, so a round trip that mixes up
 // chunks shows.
 inline Bytes patternMap(uint32_t id, uint32_t width, uint32_t height, uint16_t seed)
@@ -97,10 +93,6 @@ public:
         int64_t v = -999;
         with(name, [&](Hvx::Feature& f) { return f.GetIntValue(v); });
         return v;
-    }
-    HvErrorType setString(const char* name, const char* v)
-    {
-        return with(name, [&](Hvx::Feature& f) { return f.SetStringValue(v); });
     }
     std::string getEnum(const char* name)
     {
@@ -150,7 +142,8 @@ public:
     {
         HvErrorType e = setEnum("FileSelector", selector);
         if (!e && writable("Filename"))
-            e = setString("Filename", name ? name : selector);
+            e = with("Filename",
+                     [&](Hvx::Feature& f) { return f.SetStringValue(name ? name : selector); });
         if (!e)
             e = setEnum("FileOpenMode", mode);
         return e ? e : operation("Open");
@@ -158,10 +151,6 @@ public:
     HvErrorType setRegister(const char* name, const uint8_t* data, unsigned int n)
     {
         return with(name, [&](Hvx::Feature& f) { return f.SetRegister(data, n); });
-    }
-    HvErrorType getRegister(const char* name, uint8_t* data, unsigned int n)
-    {
-        return with(name, [&](Hvx::Feature& f) { return f.GetRegister(data, n); });
     }
 
 private:
@@ -202,45 +191,15 @@ inline bool download(Features fs, Bytes& out, const char* selector, const char* 
         int64_t length = std::min(chunk, size - offset);
         ok = !fs.setInt("FileAccessOffset", offset) &&
              !(length != chunk && lengthWritable && fs.setInt("FileAccessLength", length)) &&
-             !fs.operation("Read") &&
-             !fs.getRegister("FileAccessBuffer", buffer.data(), unsigned(length));
+             !fs.operation("Read") && !fs.with("FileAccessBuffer", [&](Hvx::Feature& f) {
+                 return f.GetRegister(buffer.data(), unsigned(length));
+             });
         if (ok)
             out.insert(out.end(), buffer.begin(), buffer.begin() + length);
         offset += length;
     }
     return !fs.operation("Close") && ok;
 }
-
-// Records "reason:plain ID" of every camera list change, and the thread.
-class Observer : public Hvx::ICameraListObserver
-{
-public:
-    void CameraListChanged(Hvx::CameraPtr camera, Hvx::UpdateTriggerType reason) override
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_events.push_back(std::to_string(int(reason)) + ":" + plainId(camera));
-        m_threads.push_back(std::this_thread::get_id());
-        m_cv.notify_all();
-    }
-    // The bound only keeps a broken simulator from hanging the run.
-    std::vector<std::string> waitFor(size_t n)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_cv.wait_for(lock, std::chrono::seconds(20), [&] { return m_events.size() >= n; });
-        return m_events;
-    }
-    std::vector<std::thread::id> threads()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_threads;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_cv;
-    std::vector<std::string> m_events;
-    std::vector<std::thread::id> m_threads;
-};
 
 // Each test gets factory state; a configuration file only if it writes one.
 class SimSession : public ::testing::Test

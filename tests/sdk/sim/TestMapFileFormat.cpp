@@ -17,14 +17,11 @@ TEST(MapFileFormat, ShadingMapOfTwoByOneHasTheDocumentedLayout)
 {
     Bytes f = MapFileFormat::shadingMap(8196, 2, 1, {0x2600, 0x0001});
     ASSERT_EQ(f.size(), 36u);
-    EXPECT_EQ(Bytes(f.begin(), f.begin() + 4), (Bytes{0xFC, 0xAD, 0x56, 0x1F}));
-    EXPECT_EQ(MapFileFormat::readU32(f, 4), 36u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 12), 8196u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 16), 24u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 20), 2u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 24), 1u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 28), 0u);
-    EXPECT_EQ(Bytes(f.begin() + 32, f.end()), (Bytes{0x00, 0x26, 0x01, 0x00}));
+    const Bytes header{0xFC, 0xAD, 0x56, 0x1F, 36, 0, 0, 0};
+    EXPECT_EQ(Bytes(f.begin(), f.begin() + 8), header);
+    EXPECT_EQ(Bytes(f.begin() + 12, f.end()),
+              (Bytes{0x04, 0x20, 0, 0, 24, 0, 0, 0, 2,    0,    0,    0,
+                     1,    0,    0, 0, 0,  0, 0, 0, 0x00, 0x26, 0x01, 0x00}));
     EXPECT_EQ(MapFileFormat::wordSum(f), 0u);
     EXPECT_TRUE(MapFileFormat::checkShadingMap(f, 2, 1));
     // A trailing partial word counts zero-extended.
@@ -103,15 +100,17 @@ TEST(MapFileFormat, UserMapOfFourByTwoHasTheDocumentedLayout)
 {
     Bytes f = MapFileFormat::userMap(4, 2, std::vector<uint16_t>(8, 0xBEEF));
     ASSERT_EQ(f.size(), 76u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 0), MapFileFormat::kMagic);
-    EXPECT_EQ(MapFileFormat::readU32(f, 4), 76u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 8), 0u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 12), 0x980u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 16), 28u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 40), 0x2000u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 44), 36u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 48), 4u);
-    EXPECT_EQ(MapFileFormat::readU32(f, 52), 2u);
+    const std::pair<size_t, uint32_t> fields[] = {{0, MapFileFormat::kMagic},
+                                                  {4, 76},
+                                                  {8, 0},
+                                                  {12, 0x980},
+                                                  {16, 28},
+                                                  {40, 0x2000},
+                                                  {44, 36},
+                                                  {48, 4},
+                                                  {52, 2}};
+    for (auto [offset, value] : fields)
+        EXPECT_EQ(MapFileFormat::readU32(f, offset), value) << "at " << offset;
     EXPECT_EQ(f[60], 0xEF);
     EXPECT_EQ(f[61], 0xBE);
     EXPECT_TRUE(MapFileFormat::checkUserMap(f, 4, 2));

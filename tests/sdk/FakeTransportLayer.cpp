@@ -1,8 +1,9 @@
-// A small transport-layer module used only by the SDK tests. It serves two
-// fixed cameras with one feature of every kind, and exports a few hooks
-// (FakeTl*) through which a test plugs and unplugs cameras and injects
-// faults. Built several times with different IDs and interface versions to
-// exercise the module search.
+// A small transport-layer module for the SDK core's own tests: two fixed
+// cameras, and hooks (FakeTl*) through which a test plugs and unplugs
+// cameras and interfaces, changes access and fails a query; none of that
+// the simulator can do on demand. Built several times with different IDs
+// and interface versions to exercise the module search. Feature behaviour
+// is tested on the simulator's cameras instead.
 
 #include "Hvx/TransportLayerModule.h"
 
@@ -19,216 +20,64 @@ namespace {
 
 using namespace Hvx::Tl;
 
-constexpr uint64_t kMemoryBase = 0x1000;
-constexpr uint32_t kMemorySize = 256;
-
-struct FakeFeature
-{
-    HvFeatureDataType type = HvFeatureDataUnknown;
-    HvFeatureFlags flags = HvFeatureFlagsRead | HvFeatureFlagsWrite;
-    int64_t integer = 0, minimum = 0, maximum = 0, increment = 1;
-    double real = 0, realMinimum = 0, realMaximum = 0, realIncrement = 0;
-    std::string text;
-    bool boolean = false;
-    std::vector<EnumEntryInfo> entries;
-    std::vector<uint8_t> bytes;
-    int latency = 0; // IsCommandDone calls before a command reports done
-    int pending = 0;
-};
-
-class FakeFeatureMap : public IFeatureMap
+// Integer features only; every other call finds nothing.
+class IntFeatureMap : public IFeatureMap
 {
 public:
-    FakeFeature& Add(const std::string& name, HvFeatureDataType type,
-                     HvFeatureFlags flags = HvFeatureFlagsRead | HvFeatureFlagsWrite)
+    struct Int
     {
-        m_order.push_back(name);
-        FakeFeature& feature = m_features[name];
-        feature.type = type;
-        feature.flags = flags;
-        return feature;
+        int64_t value;
+        HvFeatureFlags flags;
+    };
+    std::map<std::string, Int> ints;
+
+    std::vector<std::string> FeatureNames() override
+    {
+        std::vector<std::string> names;
+        for (const auto& i : ints)
+            names.push_back(i.first);
+        return names;
     }
-
-    std::vector<std::string> FeatureNames() override { return m_order; }
-
     HvErrorType GetFeatureInfo(const std::string& name, FeatureInfo& info) override
     {
-        const auto it = m_features.find(name);
-        if (it == m_features.end())
+        const auto it = ints.find(name);
+        if (it == ints.end())
             return HvErrorNotFound;
-        info.type = it->second.type;
+        info.type = HvFeatureDataInt;
         info.flags = it->second.flags;
         return HvErrorSuccess;
     }
-
     HvErrorType GetInt(const std::string& name, int64_t& value) override
     {
-        return With(name, HvFeatureDataInt, [&](FakeFeature& f) {
-            value = f.integer;
-            return HvErrorSuccess;
-        });
+        const auto it = ints.find(name);
+        return it == ints.end() ? HvErrorNotFound : (value = it->second.value, HvErrorSuccess);
     }
     HvErrorType SetInt(const std::string& name, int64_t value) override
     {
-        return With(name, HvFeatureDataInt, [&](FakeFeature& f) -> HvErrorType {
-            if (value < f.minimum || value > f.maximum || (value - f.minimum) % f.increment != 0)
-                return HvErrorInvalidValue;
-            f.integer = value;
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType GetIntRange(const std::string& name, int64_t& minimum, int64_t& maximum,
-                            int64_t& increment) override
-    {
-        return With(name, HvFeatureDataInt, [&](FakeFeature& f) {
-            minimum = f.minimum;
-            maximum = f.maximum;
-            increment = f.increment;
-            return HvErrorSuccess;
-        });
-    }
-
-    HvErrorType GetFloat(const std::string& name, double& value) override
-    {
-        return With(name, HvFeatureDataFloat, [&](FakeFeature& f) {
-            value = f.real;
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType SetFloat(const std::string& name, double value) override
-    {
-        return With(name, HvFeatureDataFloat, [&](FakeFeature& f) -> HvErrorType {
-            if (value < f.realMinimum || value > f.realMaximum)
-                return HvErrorInvalidValue;
-            f.real = value;
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType GetFloatRange(const std::string& name, double& minimum, double& maximum,
-                              double& increment) override
-    {
-        return With(name, HvFeatureDataFloat, [&](FakeFeature& f) {
-            minimum = f.realMinimum;
-            maximum = f.realMaximum;
-            increment = f.realIncrement;
-            return HvErrorSuccess;
-        });
-    }
-
-    HvErrorType GetEnum(const std::string& name, std::string& entry) override
-    {
-        return With(name, HvFeatureDataEnum, [&](FakeFeature& f) {
-            entry = f.text;
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType SetEnum(const std::string& name, const std::string& entry) override
-    {
-        return With(name, HvFeatureDataEnum, [&](FakeFeature& f) -> HvErrorType {
-            for (const auto& e : f.entries)
-                if (e.name == entry && e.available) {
-                    f.text = entry;
-                    return HvErrorSuccess;
-                }
-            return HvErrorInvalidValue;
-        });
-    }
-    HvErrorType GetEnumEntries(const std::string& name,
-                               std::vector<EnumEntryInfo>& entries) override
-    {
-        return With(name, HvFeatureDataEnum, [&](FakeFeature& f) {
-            entries = f.entries;
-            return HvErrorSuccess;
-        });
-    }
-
-    HvErrorType GetString(const std::string& name, std::string& value) override
-    {
-        return With(name, HvFeatureDataString, [&](FakeFeature& f) {
-            value = f.text;
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType SetString(const std::string& name, const std::string& value) override
-    {
-        return With(name, HvFeatureDataString, [&](FakeFeature& f) {
-            f.text = value;
-            return HvErrorSuccess;
-        });
-    }
-
-    HvErrorType GetBool(const std::string& name, bool& value) override
-    {
-        return With(name, HvFeatureDataBool, [&](FakeFeature& f) {
-            value = f.boolean;
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType SetBool(const std::string& name, bool value) override
-    {
-        return With(name, HvFeatureDataBool, [&](FakeFeature& f) {
-            f.boolean = value;
-            return HvErrorSuccess;
-        });
-    }
-
-    HvErrorType RunCommand(const std::string& name) override
-    {
-        return With(name, HvFeatureDataCommand, [&](FakeFeature& f) {
-            f.pending = f.latency;
-            ++f.integer; // counts runs
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType IsCommandDone(const std::string& name, bool& done) override
-    {
-        return With(name, HvFeatureDataCommand, [&](FakeFeature& f) {
-            done = f.pending == 0;
-            if (f.pending > 0)
-                --f.pending;
-            return HvErrorSuccess;
-        });
-    }
-
-    HvErrorType GetRegisterLength(const std::string& name, int64_t& length) override
-    {
-        return With(name, HvFeatureDataRaw, [&](FakeFeature& f) {
-            length = static_cast<int64_t>(f.bytes.size());
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType GetRegister(const std::string& name, uint8_t* buffer, size_t size) override
-    {
-        return With(name, HvFeatureDataRaw, [&](FakeFeature& f) -> HvErrorType {
-            if (size > f.bytes.size())
-                return HvErrorBadParameter;
-            std::copy(f.bytes.begin(), f.bytes.begin() + size, buffer);
-            return HvErrorSuccess;
-        });
-    }
-    HvErrorType SetRegister(const std::string& name, const uint8_t* buffer, size_t size) override
-    {
-        return With(name, HvFeatureDataRaw, [&](FakeFeature& f) -> HvErrorType {
-            if (size > f.bytes.size())
-                return HvErrorBadParameter;
-            std::copy(buffer, buffer + size, f.bytes.begin());
-            return HvErrorSuccess;
-        });
-    }
-
-private:
-    template <typename F> HvErrorType With(const std::string& name, HvFeatureDataType type, F f)
-    {
-        const auto it = m_features.find(name);
-        if (it == m_features.end())
+        const auto it = ints.find(name);
+        if (it == ints.end())
             return HvErrorNotFound;
-        if (it->second.type != type)
-            return HvErrorWrongType;
-        return f(it->second);
+        it->second.value = value;
+        return HvErrorSuccess;
     }
-
-    std::map<std::string, FakeFeature> m_features;
-    std::vector<std::string> m_order;
+    // clang-format off
+    HvErrorType GetIntRange(const std::string&, int64_t&, int64_t&, int64_t&) override { return HvErrorNotFound; }
+    HvErrorType GetFloat(const std::string&, double&) override { return HvErrorNotFound; }
+    HvErrorType SetFloat(const std::string&, double) override { return HvErrorNotFound; }
+    HvErrorType GetFloatRange(const std::string&, double&, double&, double&) override { return HvErrorNotFound; }
+    HvErrorType GetEnum(const std::string&, std::string&) override { return HvErrorNotFound; }
+    HvErrorType SetEnum(const std::string&, const std::string&) override { return HvErrorNotFound; }
+    HvErrorType GetEnumEntries(const std::string&, std::vector<EnumEntryInfo>&) override { return HvErrorNotFound; }
+    HvErrorType GetString(const std::string&, std::string&) override { return HvErrorNotFound; }
+    HvErrorType SetString(const std::string&, const std::string&) override { return HvErrorNotFound; }
+    HvErrorType GetBool(const std::string&, bool&) override { return HvErrorNotFound; }
+    HvErrorType SetBool(const std::string&, bool) override { return HvErrorNotFound; }
+    HvErrorType RunCommand(const std::string&) override { return HvErrorNotFound; }
+    HvErrorType IsCommandDone(const std::string&, bool&) override { return HvErrorNotFound; }
+    HvErrorType GetRegisterLength(const std::string&, int64_t&) override { return HvErrorNotFound; }
+    HvErrorType GetRegister(const std::string&, uint8_t*, size_t) override { return HvErrorNotFound; }
+    HvErrorType SetRegister(const std::string&, const uint8_t*, size_t) override { return HvErrorNotFound; }
+    // clang-format on
 };
 
 std::atomic<int> g_openDevices{0};
@@ -237,93 +86,28 @@ std::atomic<bool> g_failInterfaceType{false};
 class FakeDevice : public IDevice
 {
 public:
-    FakeDevice() : m_memory(kMemorySize, 0)
+    FakeDevice()
     {
         ++g_openDevices;
-        auto& width = m_features.Add("Width", HvFeatureDataInt);
-        width.integer = 640;
-        width.minimum = 16;
-        width.maximum = 4096;
-        width.increment = 16;
-        auto& gain = m_features.Add("Gain", HvFeatureDataFloat);
-        gain.real = 1.5;
-        gain.realMaximum = 24.0;
-        auto& format = m_features.Add("PixelFormat", HvFeatureDataEnum);
-        format.entries = {{"Mono8", HvPixelFormatMono8, true},
-                          {"Mono12", HvPixelFormatMono12, false},
-                          {"Mono16", HvPixelFormatMono16, true}};
-        format.text = "Mono8";
-        m_features.Add("DeviceUserID", HvFeatureDataString).text = "left";
-        m_features.Add("ReverseX", HvFeatureDataBool);
-        auto& temperature =
-            m_features.Add("DeviceTemperature", HvFeatureDataFloat, HvFeatureFlagsRead);
-        temperature.real = 41.25;
-        temperature.realMaximum = 100.0;
-        auto& key = m_features.Add("AccessKey", HvFeatureDataInt, HvFeatureFlagsWrite);
-        key.maximum = 1000;
-        m_features.Add("SlowCommand", HvFeatureDataCommand, HvFeatureFlagsWrite).latency = 2;
-        m_features.Add("QuickCommand", HvFeatureDataCommand, HvFeatureFlagsWrite);
-        auto& buffer = m_features.Add("DataBuffer", HvFeatureDataRaw);
-        for (uint8_t i = 0; i < 16; ++i)
-            buffer.bytes.push_back(static_cast<uint8_t>(0xA0 + i));
-        m_features.Add("Oddity", HvFeatureDataUnknown);
-        for (auto& stream : m_streams) {
-            auto& count = stream.Add("StreamBufferCount", HvFeatureDataInt);
-            count.integer = 3;
-            count.minimum = 1;
-            count.maximum = 64;
-        }
-        m_streams[0].Add("GVSPAdjustPacketSize", HvFeatureDataCommand, HvFeatureFlagsWrite);
+        m_features.ints["Width"] = {640, HvFeatureFlagsRead | HvFeatureFlagsWrite};
     }
     ~FakeDevice() override { --g_openDevices; }
 
     IFeatureMap& Features() override { return m_features; }
-    uint32_t StreamCount() override { return 2; }
-    IFeatureMap* StreamFeatures(uint32_t index) override
+    uint32_t StreamCount() override { return 0; }
+    IFeatureMap* StreamFeatures(uint32_t) override { return nullptr; }
+    HvErrorType ReadMemory(uint64_t, uint8_t*, uint32_t, uint32_t&) override
     {
-        return index < 2 ? &m_streams[index] : nullptr;
+        return HvErrorInvalidValue;
     }
-
-    HvErrorType ReadMemory(uint64_t address, uint8_t* buffer, uint32_t size,
-                           uint32_t& completed) override
+    HvErrorType WriteMemory(uint64_t, const uint8_t*, uint32_t, uint32_t&) override
     {
-        if (address < kMemoryBase || address + size > kMemoryBase + kMemorySize)
-            return HvErrorInvalidValue;
-        std::copy_n(m_memory.begin() + (address - kMemoryBase), size, buffer);
-        completed = size;
-        return HvErrorSuccess;
+        return HvErrorInvalidValue;
     }
-    HvErrorType WriteMemory(uint64_t address, const uint8_t* buffer, uint32_t size,
-                            uint32_t& completed) override
-    {
-        if (address < kMemoryBase || address + size > kMemoryBase + kMemorySize)
-            return HvErrorInvalidValue;
-        std::copy_n(buffer, size, m_memory.begin() + (address - kMemoryBase));
-        completed = size;
-        return HvErrorSuccess;
-    }
-
-    HvErrorType AcquireFrame(uint32_t timeoutMs, FrameData& frame) override
-    {
-        if (timeoutMs == 0)
-            return HvErrorTimeout;
-        frame.status = HvFrameStatusComplete;
-        frame.width = 4;
-        frame.height = 2;
-        frame.pixelFormat = HvPixelFormatMono8;
-        frame.frameId = ++m_frames;
-        frame.timestamp = 1000 * m_frames;
-        frame.image.clear();
-        for (uint8_t i = 0; i < 8; ++i)
-            frame.image.push_back(static_cast<uint8_t>(10 * i + m_frames));
-        return HvErrorSuccess;
-    }
+    HvErrorType AcquireFrame(uint32_t, FrameData&) override { return HvErrorTimeout; }
 
 private:
-    FakeFeatureMap m_features;
-    FakeFeatureMap m_streams[2];
-    std::vector<uint8_t> m_memory;
-    uint64_t m_frames = 0;
+    IntFeatureMap m_features;
 };
 
 class FakeModule;
@@ -334,16 +118,14 @@ class FakeModule : public IModule
 public:
     FakeModule()
     {
-        m_devices.push_back(Device("CAM-GEV-1", "fake-if-0", "Fake GigE 640", "Left eye", "GS-0001",
-                                   HvAccessModeFull | HvAccessModeRead, HvTransportLayerTypeGEV));
-        m_devices.push_back(Device("CAM-U3V-2", "fake-if-1", "Fake USB 1280", "Busy one", "US-0002",
-                                   HvAccessModeRead, HvTransportLayerTypeU3V));
+        m_devices.push_back(DeviceInfo{"CAM-GEV-1", "fake-if-0", "Fake GigE 640", "Left eye",
+                                       "GS-0001", HvAccessModeFull | HvAccessModeRead,
+                                       HvTransportLayerTypeGEV});
+        m_devices.push_back(DeviceInfo{"CAM-U3V-2", "fake-if-1", "Fake USB 1280", "Busy one",
+                                       "US-0002", HvAccessModeRead, HvTransportLayerTypeU3V});
         m_interfaces = {{"fake-if-0", "Fake network card", HvTransportLayerTypeGEV},
                         {"fake-if-1", "Fake USB controller", HvTransportLayerTypeU3V}};
-        auto& speed =
-            m_interfaceFeatures.Add("InterfaceSpeed", HvFeatureDataInt, HvFeatureFlagsRead);
-        speed.integer = 1000;
-        speed.maximum = 10000;
+        m_interfaceFeatures.ints["InterfaceSpeed"] = {1000, HvFeatureFlagsRead};
     }
     ~FakeModule() override
     {
@@ -387,25 +169,20 @@ public:
         if (g_failInterfaceType)
             return HvErrorNotSupported;
         std::lock_guard<std::mutex> lock(m_mutex);
-        for (const auto& device : m_devices)
-            if (device.id == deviceId) {
-                type = device.type;
-                return HvErrorSuccess;
-            }
-        return HvErrorNotFound;
+        const DeviceInfo* device = Find(deviceId);
+        return device ? (type = device->type, HvErrorSuccess) : HvErrorNotFound;
     }
     HvErrorType OpenDevice(const std::string& deviceId, HvAccessModeType accessMode,
                            std::unique_ptr<IDevice>& device) override
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        for (const auto& known : m_devices)
-            if (known.id == deviceId) {
-                if ((known.permittedAccess & accessMode) == 0)
-                    return HvErrorInvalidAccess;
-                device.reset(new FakeDevice);
-                return HvErrorSuccess;
-            }
-        return HvErrorNotFound;
+        const DeviceInfo* known = Find(deviceId);
+        if (!known)
+            return HvErrorNotFound;
+        if ((known->permittedAccess & accessMode) == 0)
+            return HvErrorInvalidAccess;
+        device.reset(new FakeDevice);
+        return HvErrorSuccess;
     }
     IFeatureMap* InterfaceFeatures(const std::string& interfaceId) override
     {
@@ -413,75 +190,52 @@ public:
     }
 
     // Test hooks.
-    void Plug(const char* id, bool tellHost)
+    void Change(const std::string& hook, const char* id, uint32_t arg)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        DeviceInfo device =
-            Device(id, "fake-if-0", "Fake GigE 640", std::string("Plugged ") + id,
-                   std::string("SN-") + id, HvAccessModeFull, HvTransportLayerTypeGEV);
-        m_devices.push_back(device);
-        if (tellHost && m_host != nullptr)
-            m_host->DeviceArrived(device);
-    }
-    void Unplug(const char* id, bool tellHost)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_devices.erase(std::remove_if(m_devices.begin(), m_devices.end(),
-                                       [&](const DeviceInfo& d) { return d.id == id; }),
-                        m_devices.end());
-        if (tellHost && m_host != nullptr)
-            m_host->DeviceLeft(id);
-    }
-    void AddInterface(const char* id)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const InterfaceInfo info{id, std::string("Added ") + id, HvTransportLayerTypeGEV};
-        m_interfaces.push_back(info);
-        if (m_host != nullptr)
-            m_host->InterfaceArrived(info);
-    }
-    void RemoveInterface(const char* id)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_interfaces.erase(std::remove_if(m_interfaces.begin(), m_interfaces.end(),
-                                          [&](const InterfaceInfo& i) { return i.id == id; }),
-                           m_interfaces.end());
-        if (m_host != nullptr)
+        const auto other = [&](const auto& item) { return item.id != id; };
+        if (hook == "plug") {
+            m_devices.push_back(DeviceInfo{id, "fake-if-0", "Fake GigE 640",
+                                           std::string("Plugged ") + id, std::string("SN-") + id,
+                                           HvAccessModeFull, HvTransportLayerTypeGEV});
+            if (arg && m_host)
+                m_host->DeviceArrived(m_devices.back());
+        } else if (hook == "unplug") {
+            m_devices.erase(std::stable_partition(m_devices.begin(), m_devices.end(), other),
+                            m_devices.end());
+            if (arg && m_host)
+                m_host->DeviceLeft(id);
+        } else if (hook == "addInterface") {
+            m_interfaces.push_back({id, std::string("Added ") + id, HvTransportLayerTypeGEV});
+            m_host->InterfaceArrived(m_interfaces.back());
+        } else if (hook == "removeInterface") {
+            m_interfaces.erase(
+                std::stable_partition(m_interfaces.begin(), m_interfaces.end(), other),
+                m_interfaces.end());
             m_host->InterfaceLeft(id);
-    }
-    void SetAccess(const char* id, HvAccessModeType access)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        for (auto& device : m_devices)
-            if (device.id == id) {
-                device.permittedAccess = access;
-                if (m_host != nullptr)
+        } else if (hook == "setAccess") {
+            for (auto& device : m_devices)
+                if (device.id == id) {
+                    device.permittedAccess = arg;
                     m_host->DeviceChanged(device);
-            }
+                }
+        }
     }
 
 private:
-    static DeviceInfo Device(const std::string& id, const std::string& interfaceId,
-                             const std::string& model, const std::string& name,
-                             const std::string& serial, HvAccessModeType access,
-                             HvTransportLayerType type)
+    const DeviceInfo* Find(const std::string& id) const
     {
-        DeviceInfo device;
-        device.id = id;
-        device.interfaceId = interfaceId;
-        device.model = model;
-        device.name = name;
-        device.serialNumber = serial;
-        device.permittedAccess = access;
-        device.type = type;
-        return device;
+        for (const auto& device : m_devices)
+            if (device.id == id)
+                return &device;
+        return nullptr;
     }
 
     std::mutex m_mutex;
     IModuleHost* m_host = nullptr;
     std::vector<DeviceInfo> m_devices;
     std::vector<InterfaceInfo> m_interfaces;
-    FakeFeatureMap m_interfaceFeatures;
+    IntFeatureMap m_interfaceFeatures;
 };
 
 } // namespace
@@ -494,7 +248,6 @@ FAKE_EXPORT uint32_t HvxTlInterfaceVersion(void)
 {
     return FAKE_TL_INTERFACE_VERSION;
 }
-
 FAKE_EXPORT Hvx::Tl::IModule* HvxTlCreateModule(void)
 {
     return new FakeModule();
@@ -503,44 +256,15 @@ FAKE_EXPORT Hvx::Tl::IModule* HvxTlCreateModule(void)
 HVX_TL_DEFINE_MODULE(FakeModule)
 #endif
 
+// One entry point for all hooks, so the tests look up a single symbol.
 // tellHost = false changes the list without a report, as a module that only
 // answers list requests would.
-FAKE_EXPORT void FakeTlPlug(const char* id, bool tellHost)
+FAKE_EXPORT int FakeTlHook(const char* what, const char* id, uint32_t arg)
 {
-    if (g_module != nullptr)
-        g_module->Plug(id, tellHost);
-}
-
-FAKE_EXPORT void FakeTlUnplug(const char* id, bool tellHost)
-{
-    if (g_module != nullptr)
-        g_module->Unplug(id, tellHost);
-}
-
-FAKE_EXPORT void FakeTlAddInterface(const char* id)
-{
-    if (g_module != nullptr)
-        g_module->AddInterface(id);
-}
-
-FAKE_EXPORT void FakeTlRemoveInterface(const char* id)
-{
-    if (g_module != nullptr)
-        g_module->RemoveInterface(id);
-}
-
-FAKE_EXPORT void FakeTlSetAccess(const char* id, uint32_t access)
-{
-    if (g_module != nullptr)
-        g_module->SetAccess(id, access);
-}
-
-FAKE_EXPORT void FakeTlFailInterfaceType(bool fail)
-{
-    g_failInterfaceType = fail;
-}
-
-FAKE_EXPORT int FakeTlOpenDevices(void)
-{
+    const std::string hook = what;
+    if (hook == "failInterfaceType")
+        g_failInterfaceType = arg != 0;
+    else if (hook != "openDevices" && g_module != nullptr)
+        g_module->Change(hook, id, arg);
     return g_openDevices;
 }

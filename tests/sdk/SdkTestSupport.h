@@ -20,44 +20,30 @@
 
 namespace SdkTest {
 
-// Hooks of the fake module that the running SDK has loaded from `path`.
+// The hooks of the fake module that the running SDK has loaded from `path`.
 struct FakeHooks
 {
-    void (*plug)(const char*, bool) = nullptr;
-    void (*unplug)(const char*, bool) = nullptr;
-    void (*setAccess)(const char*, uint32_t) = nullptr;
-    void (*failInterfaceType)(bool) = nullptr;
-    int (*openDevices)() = nullptr;
-    void (*addInterface)(const char*) = nullptr;
-    void (*removeInterface)(const char*) = nullptr;
+    int (*hook)(const char*, const char*, uint32_t) = nullptr;
 
     static FakeHooks Of(const std::string& path)
     {
         FakeHooks hooks;
         // RTLD_NOLOAD: the instance the SDK loaded, never a second copy.
-        void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-        if (library == nullptr)
-            return hooks;
-        hooks.plug = reinterpret_cast<void (*)(const char*, bool)>(dlsym(library, "FakeTlPlug"));
-        hooks.unplug =
-            reinterpret_cast<void (*)(const char*, bool)>(dlsym(library, "FakeTlUnplug"));
-        hooks.setAccess =
-            reinterpret_cast<void (*)(const char*, uint32_t)>(dlsym(library, "FakeTlSetAccess"));
-        hooks.failInterfaceType =
-            reinterpret_cast<void (*)(bool)>(dlsym(library, "FakeTlFailInterfaceType"));
-        hooks.openDevices = reinterpret_cast<int (*)()>(dlsym(library, "FakeTlOpenDevices"));
-        hooks.addInterface =
-            reinterpret_cast<void (*)(const char*)>(dlsym(library, "FakeTlAddInterface"));
-        hooks.removeInterface =
-            reinterpret_cast<void (*)(const char*)>(dlsym(library, "FakeTlRemoveInterface"));
-        dlclose(library); // drops only the reference taken here
+        if (void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD)) {
+            hooks.hook = reinterpret_cast<int (*)(const char*, const char*, uint32_t)>(
+                dlsym(library, "FakeTlHook"));
+            dlclose(library); // drops only the reference taken here
+        }
         return hooks;
     }
-    bool Valid() const
-    {
-        return plug && unplug && setAccess && failInterfaceType && openDevices && addInterface &&
-               removeInterface;
-    }
+    bool Valid() const { return hook != nullptr; }
+    void plug(const char* id, bool tellHost) { hook("plug", id, tellHost); }
+    void unplug(const char* id, bool tellHost) { hook("unplug", id, tellHost); }
+    void setAccess(const char* id, uint32_t access) { hook("setAccess", id, access); }
+    void failInterfaceType(bool fail) { hook("failInterfaceType", "", fail); }
+    int openDevices() { return hook ? hook("openDevices", "", 0) : -1; }
+    void addInterface(const char* id) { hook("addInterface", id, 0); }
+    void removeInterface(const char* id) { hook("removeInterface", id, 0); }
 };
 
 // Reads a text by the two-call pattern and checks that both calls agree.
@@ -79,9 +65,12 @@ inline std::string ExtendedId(const Hvx::CameraPtr& camera)
     return Text([&](char* b, unsigned int& l) { return camera->GetID(b, l, true); });
 }
 
-inline std::string PlainId(const Hvx::CameraPtr& camera)
+inline std::string RealPath(const std::string& path)
 {
-    return Text([&](char* b, unsigned int& l) { return camera->GetID(b, l, false); });
+    char* resolved = realpath(path.c_str(), nullptr);
+    std::string result = resolved ? resolved : "";
+    free(resolved);
+    return result;
 }
 
 struct Event
@@ -138,6 +127,17 @@ private:
     std::vector<Event> m_events;
 };
 
+using Expected = std::vector<std::pair<std::string, int>>;
+
+// Extended ID (or interface ID) and reason of each event.
+inline Expected Summary(const std::vector<Event>& events)
+{
+    Expected summary;
+    for (const auto& event : events)
+        summary.emplace_back(event.id, static_cast<int>(event.reason));
+    return summary;
+}
+
 // Points the module search at the given folders for the life of the object.
 class ModulePath
 {
@@ -146,6 +146,7 @@ public:
     ~ModulePath() { unsetenv("HVX_TL_PATH"); }
 };
 
+#ifdef FAKE_TL_DIR
 // Starts the SDK with the fake module of FAKE_TL_DIR only.
 class FakeSession : public ::testing::Test
 {
@@ -172,18 +173,9 @@ protected:
         return camera;
     }
 
-    // The writable GigE camera, opened with full access.
-    Hvx::CameraPtr OpenGigE()
-    {
-        Hvx::CameraPtr camera = Camera("fake::CAM-GEV-1");
-        if (camera) {
-            EXPECT_EQ(HvErrorSuccess, camera->Open(HvAccessModeFull));
-        }
-        return camera;
-    }
-
     FakeHooks hooks;
 };
+#endif
 
 } // namespace SdkTest
 

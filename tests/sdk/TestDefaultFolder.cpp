@@ -10,14 +10,6 @@ using namespace SdkTest;
 
 namespace {
 
-std::string RealPath(const std::string& path)
-{
-    char* resolved = realpath(path.c_str(), nullptr);
-    std::string result = resolved ? resolved : "";
-    free(resolved);
-    return result;
-}
-
 void ExpectOnlyTheInstalledFakeModule()
 {
     auto& system = Hvx::HvSystem::GetInstance();

@@ -1,10 +1,8 @@
-// The system object: start-up and shutdown, listing and looking up cameras,
-// interfaces and transport layers, and what objects of an ended session do.
+// The system object: start-up and shutdown, the module search, listing and
+// looking up cameras, interfaces and transport layers, and what objects of
+// an ended session do.
 
 #include "SdkTestSupport.h"
-
-#include <climits>
-#include <cstdlib>
 
 using namespace SdkTest;
 
@@ -15,15 +13,86 @@ Hvx::HvSystem& System()
     return Hvx::HvSystem::GetInstance();
 }
 
-std::string RealPath(const std::string& path)
+template <typename T, typename Name>
+std::vector<std::string> Listed(HvErrorType (Hvx::HvSystem::*list)(T*, unsigned int&), Name name)
 {
-    char* resolved = realpath(path.c_str(), nullptr);
-    std::string result = resolved ? resolved : "";
-    free(resolved);
-    return result;
+    unsigned int count = 0;
+    EXPECT_EQ(HvErrorSuccess, (System().*list)(nullptr, count));
+    std::vector<T> items(count);
+    EXPECT_EQ(HvErrorSuccess, (System().*list)(items.data(), count));
+    std::vector<std::string> names;
+    for (const auto& item : items)
+        names.push_back(name(item));
+    return names;
 }
 
+std::vector<std::string> LoadedIds()
+{
+    return Listed(&Hvx::HvSystem::GetTransportLayers, [](const Hvx::TransportLayerPtr& layer) {
+        return Text([&](char* b, unsigned int& l) { return layer->GetID(b, l); });
+    });
+}
+
+struct SearchCase
+{
+    const char* name;
+    std::string path;
+    std::vector<std::string> modules;
+};
+
+class ModuleSearch : public ::testing::TestWithParam<SearchCase>
+{
+};
+
 } // namespace
+
+TEST_P(ModuleSearch, LoadsTheModulesOfTheListedFolders)
+{
+    ModulePath path(GetParam().path.c_str());
+    ASSERT_EQ(HvErrorSuccess, System().Startup());
+    EXPECT_EQ(GetParam().modules, LoadedIds());
+    unsigned int count = 99;
+    EXPECT_EQ(HvErrorSuccess, System().GetCameras(nullptr, count));
+    EXPECT_EQ(2 * GetParam().modules.size(), count);
+    EXPECT_EQ(HvErrorSuccess, System().Shutdown());
+}
+
+// Folder b holds "fake2", a second module with the ID "fake", a module for
+// another interface version and a shared object that is no module. Files
+// of one folder are taken in name order (fake_tl_same_id.so before
+// fake_tl_second.so); the first module of an ID wins.
+INSTANTIATE_TEST_SUITE_P(
+    HvxTlPath, ModuleSearch,
+    ::testing::Values(
+        SearchCase{"OneFolder", FAKE_TL_DIR, {"fake"}},
+        SearchCase{
+            "TwoFoldersInOrder", std::string(FAKE_TL_DIR) + ":" + FAKE_TL_DIR_B, {"fake", "fake2"}},
+        SearchCase{"SecondFolderAlone", FAKE_TL_DIR_B, {"fake", "fake2"}},
+        SearchCase{"EmptyEntriesIgnored", std::string("::") + FAKE_TL_DIR + ":", {"fake"}},
+        SearchCase{"SameFolderTwice", std::string(FAKE_TL_DIR) + ":" + FAKE_TL_DIR, {"fake"}},
+        SearchCase{"MissingFolder", "/nonexistent/hvx-modules", {}}),
+    [](const ::testing::TestParamInfo<SearchCase>& info) { return info.param.name; });
+
+TEST(ModuleSearchCameras, ExtendedIdsTellTransportLayersApart)
+{
+    ModulePath path((std::string(FAKE_TL_DIR) + ":" + FAKE_TL_DIR_B).c_str());
+    ASSERT_EQ(HvErrorSuccess, System().Startup());
+    EXPECT_EQ((std::vector<std::string>{"fake::CAM-GEV-1", "fake::CAM-U3V-2", "fake2::CAM-GEV-1",
+                                        "fake2::CAM-U3V-2"}),
+              Listed(&Hvx::HvSystem::GetCameras, ExtendedId));
+    Hvx::CameraPtr first, second, plain;
+    ASSERT_EQ(HvErrorSuccess, System().GetCameraByID("fake::CAM-GEV-1", first));
+    ASSERT_EQ(HvErrorSuccess, System().GetCameraByID("fake2::CAM-GEV-1", second));
+    EXPECT_NE(first, second);
+    // A plain ID that two layers share names the first layer's camera.
+    ASSERT_EQ(HvErrorSuccess, System().GetCameraByID("CAM-GEV-1", plain));
+    EXPECT_EQ(first, plain);
+    // Each camera is served by its own module.
+    ASSERT_EQ(HvErrorSuccess, second->Open(HvAccessModeFull));
+    EXPECT_EQ(0, FakeHooks::Of(std::string(FAKE_TL_DIR) + "/fake_tl.so").openDevices());
+    EXPECT_EQ(1, FakeHooks::Of(std::string(FAKE_TL_DIR_B) + "/fake_tl_second.so").openDevices());
+    ASSERT_EQ(HvErrorSuccess, System().Shutdown());
+}
 
 TEST(HvSystemLifecycle, CallsBeforeStartupSayApiNotStarted)
 {
@@ -36,18 +105,14 @@ TEST(HvSystemLifecycle, CallsBeforeStartupSayApiNotStarted)
     EXPECT_EQ(HvErrorApiNotStarted, System().GetInterfaces(nullptr, count));
     EXPECT_EQ(HvErrorApiNotStarted, System().GetTransportLayers(nullptr, count));
     EXPECT_EQ(HvErrorApiNotStarted, System().Shutdown());
-}
-
-TEST(HvSystemLifecycle, VersionIsAvailableWithoutStartup)
-{
+    // The version needs no start-up.
     HvVersionInfo version{99, 99, 99};
     ASSERT_EQ(HvErrorSuccess, System().QueryVersion(version));
-    EXPECT_EQ(1u, version.major);
-    EXPECT_EQ(0u, version.minor);
-    EXPECT_EQ(0u, version.patch);
+    EXPECT_EQ((std::vector<uint32_t>{1, 0, 0}),
+              (std::vector<uint32_t>{version.major, version.minor, version.patch}));
 }
 
-TEST(HvSystemLifecycle, StartupAndShutdownCount)
+TEST(HvSystemLifecycle, StartupAndShutdownCountAndEndASession)
 {
     ModulePath path(FAKE_TL_DIR);
     ASSERT_EQ(HvErrorSuccess, System().Startup());
@@ -65,7 +130,7 @@ TEST(HvSystemLifecycle, StartupAndShutdownCount)
     EXPECT_EQ(HvErrorSuccess, System().GetCameras(nullptr, count));
 
     // The outer one closes the camera and stops the SDK.
-    const FakeHooks hooks = FakeHooks::Of(std::string(FAKE_TL_DIR) + "/fake_tl.so");
+    FakeHooks hooks = FakeHooks::Of(std::string(FAKE_TL_DIR) + "/fake_tl.so");
     ASSERT_TRUE(hooks.Valid());
     EXPECT_EQ(1, hooks.openDevices());
     EXPECT_EQ(HvErrorSuccess, System().Shutdown());
@@ -75,28 +140,19 @@ TEST(HvSystemLifecycle, StartupAndShutdownCount)
     EXPECT_EQ(HvErrorApiNotStarted, camera->Close());
     // The module was unloaded: its hooks are gone with it.
     EXPECT_FALSE(FakeHooks::Of(std::string(FAKE_TL_DIR) + "/fake_tl.so").Valid());
-}
 
-TEST(HvSystemLifecycle, ObjectsOfAnEndedSessionKeepTheirIdentityButNothingElse)
-{
-    ModulePath path(FAKE_TL_DIR);
-    ASSERT_EQ(HvErrorSuccess, System().Startup());
-    Hvx::CameraPtr old;
-    ASSERT_EQ(HvErrorSuccess, System().GetCameraByID("CAM-GEV-1", old));
-    const HvHandle oldHandle = old->GetHandle();
-    ASSERT_EQ(HvErrorSuccess, System().Shutdown());
-
+    // Objects of an ended session keep their identity but nothing else.
     ASSERT_EQ(HvErrorSuccess, System().Startup());
     Hvx::CameraPtr fresh;
     ASSERT_EQ(HvErrorSuccess, System().GetCameraByID("CAM-GEV-1", fresh));
-    EXPECT_NE(old, fresh);
-    EXPECT_NE(oldHandle, fresh->GetHandle());
-    EXPECT_EQ("fake::CAM-GEV-1", ExtendedId(old));
-    EXPECT_EQ(HvErrorBadHandle, old->Open(HvAccessModeFull));
+    EXPECT_NE(camera, fresh);
+    EXPECT_NE(camera->GetHandle(), fresh->GetHandle());
+    EXPECT_EQ("fake::CAM-GEV-1", ExtendedId(camera));
+    EXPECT_EQ(HvErrorBadHandle, camera->Open(HvAccessModeFull));
     Hvx::FeaturePtr feature;
-    EXPECT_EQ(HvErrorBadHandle, old->GetFeatureByName("Width", feature));
+    EXPECT_EQ(HvErrorBadHandle, camera->GetFeatureByName("Width", feature));
     HvTransportLayerType type = 0;
-    EXPECT_EQ(HvErrorBadHandle, old->GetInterfaceType(type));
+    EXPECT_EQ(HvErrorBadHandle, camera->GetInterfaceType(type));
     EXPECT_EQ(HvErrorSuccess, fresh->Open(HvAccessModeFull));
     EXPECT_EQ(HvErrorSuccess, fresh->Close());
     ASSERT_EQ(HvErrorSuccess, System().Shutdown());
@@ -106,17 +162,16 @@ class HvSystemListing : public FakeSession
 {
 };
 
-TEST_F(HvSystemListing, CamerasComeCountThenArray)
+TEST_F(HvSystemListing, CamerasComeCountThenArrayAndByPlainOrExtendedId)
 {
     unsigned int count = 0;
     ASSERT_EQ(HvErrorSuccess, system().GetCameras(nullptr, count));
     ASSERT_EQ(2u, count);
-
     std::vector<Hvx::CameraPtr> cameras(count);
     ASSERT_EQ(HvErrorSuccess, system().GetCameras(cameras.data(), count));
     EXPECT_EQ(2u, count);
-    EXPECT_EQ("fake::CAM-GEV-1", ExtendedId(cameras[0]));
-    EXPECT_EQ("fake::CAM-U3V-2", ExtendedId(cameras[1]));
+    EXPECT_EQ(Camera("CAM-GEV-1"), cameras[0]);
+    EXPECT_EQ(Camera("fake::CAM-GEV-1"), cameras[0]);
 
     // A larger array is filled as far as the list goes.
     std::vector<Hvx::CameraPtr> larger(5);
@@ -131,13 +186,21 @@ TEST_F(HvSystemListing, CamerasComeCountThenArray)
     EXPECT_EQ(HvErrorMoreData, system().GetCameras(one, count));
     EXPECT_EQ(1u, count);
     EXPECT_EQ(cameras[0], one[0]);
+
+    Hvx::CameraPtr missing;
+    EXPECT_EQ(HvErrorNotFound, system().GetCameraByID("CAM-NONE", missing));
+    EXPECT_EQ(HvErrorNotFound, system().GetCameraByID("other::CAM-GEV-1", missing));
+    EXPECT_EQ(HvErrorNotFound, system().GetCameraByID("fake::", missing));
+    EXPECT_EQ(nullptr, missing);
+    EXPECT_EQ(HvErrorBadParameter, system().GetCameraByID(nullptr, missing));
 }
 
 TEST_F(HvSystemListing, CameraIdentity)
 {
     const Hvx::CameraPtr camera = Camera("fake::CAM-U3V-2");
     ASSERT_NE(nullptr, camera);
-    EXPECT_EQ("CAM-U3V-2", PlainId(camera));
+    EXPECT_EQ("CAM-U3V-2",
+              Text([&](char* b, unsigned int& l) { return camera->GetID(b, l, false); }));
     EXPECT_EQ("Fake USB 1280",
               Text([&](char* b, unsigned int& l) { return camera->GetModel(b, l); }));
     EXPECT_EQ("Busy one", Text([&](char* b, unsigned int& l) { return camera->GetName(b, l); }));
@@ -151,24 +214,6 @@ TEST_F(HvSystemListing, CameraIdentity)
     HvTransportLayerType type = 0;
     ASSERT_EQ(HvErrorSuccess, camera->GetInterfaceType(type));
     EXPECT_EQ(HvTransportLayerType(HvTransportLayerTypeU3V), type);
-}
-
-TEST_F(HvSystemListing, LookupByPlainOrExtendedIdGivesTheSameObject)
-{
-    Hvx::CameraPtr byPlain, byExtended, listed[2];
-    ASSERT_EQ(HvErrorSuccess, system().GetCameraByID("CAM-GEV-1", byPlain));
-    ASSERT_EQ(HvErrorSuccess, system().GetCameraByID("fake::CAM-GEV-1", byExtended));
-    unsigned int count = 2;
-    ASSERT_EQ(HvErrorSuccess, system().GetCameras(listed, count));
-    EXPECT_EQ(byPlain, byExtended);
-    EXPECT_EQ(byPlain, listed[0]);
-
-    Hvx::CameraPtr missing;
-    EXPECT_EQ(HvErrorNotFound, system().GetCameraByID("CAM-NONE", missing));
-    EXPECT_EQ(HvErrorNotFound, system().GetCameraByID("other::CAM-GEV-1", missing));
-    EXPECT_EQ(HvErrorNotFound, system().GetCameraByID("fake::", missing));
-    EXPECT_EQ(nullptr, missing);
-    EXPECT_EQ(HvErrorBadParameter, system().GetCameraByID(nullptr, missing));
 }
 
 TEST_F(HvSystemListing, TransportLayerReportsItsModuleFile)

@@ -1,7 +1,9 @@
-#include "DeviceFileStore.h"
-#include "SimTestUtil.h"
+// What the SDK path cannot reach: the wording of configuration mistakes,
+// the file store's names and folders, and atomic replacement.
 
-#include <gtest/gtest.h>
+#include "DeviceFileStore.h"
+#include "SimCameraConfig.h"
+#include "SimTestUtil.h"
 
 #include <dirent.h>
 
@@ -9,16 +11,24 @@ using namespace hvsim;
 
 namespace {
 
-std::vector<std::string> listing(const std::string& dir)
+TEST(SimConfig, MistakesAreNamed)
 {
-    std::vector<std::string> names;
-    if (DIR* d = ::opendir(dir.c_str())) {
-        while (dirent* e = ::readdir(d))
-            if (e->d_name[0] != '.')
-                names.push_back(e->d_name);
-        ::closedir(d);
+    const std::pair<const char*, const char*> cases[] = {
+        {"{", "parse"},
+        {R"({"cameras": [{"model": "x"}]})", "id"},
+        {R"({"cameras": [{"id": "a", "transport": "CXP"}]})", "transport"},
+        {R"({"cameras": [{"id": "a", "width": 0}]})", "sensor size"},
+        {R"({"cameras": [{"id": "a"}, {"id": "a"}]})", "twice"},
+        {R"({"cameras": [{"id": "a", "files": [{"selector": "S", "kind": "odd"}]}]})", "kind"},
+        {R"({"cameras": [{"id": "a", "extraFeatures": [{"name": "Q", "type": "Quaternion"}]}]})",
+         "Quaternion"},
+    };
+    for (auto [text, word] : cases) {
+        SimConfig config;
+        std::string error;
+        EXPECT_FALSE(SimConfig::parse(text, config, &error)) << text;
+        EXPECT_NE(error.find(word), std::string::npos) << text << " -> " << error;
     }
-    return names;
 }
 
 TEST(DeviceFileStore, CommitReplacesWholeFilesAndLeavesNoTemporaries)
@@ -31,7 +41,14 @@ TEST(DeviceFileStore, CommitReplacesWholeFilesAndLeavesNoTemporaries)
     ASSERT_TRUE(store.commit("ShadingMap0", {9}));
     ASSERT_TRUE(store.load("ShadingMap0", bytes));
     EXPECT_EQ(bytes, std::vector<uint8_t>{9});
-    EXPECT_EQ(listing(dir), std::vector<std::string>{"ShadingMap0"});
+    std::vector<std::string> names;
+    if (DIR* d = ::opendir(dir.c_str())) {
+        while (dirent* e = ::readdir(d))
+            if (e->d_name[0] != '.')
+                names.push_back(e->d_name);
+        ::closedir(d);
+    }
+    EXPECT_EQ(names, std::vector<std::string>{"ShadingMap0"});
     EXPECT_TRUE(store.remove("ShadingMap0"));
     EXPECT_TRUE(store.remove("ShadingMap0")) << "removing what is gone is no error";
     EXPECT_FALSE(store.exists("ShadingMap0"));

@@ -13,6 +13,10 @@
 #include <QFileInfo>
 #include <QTextStream>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 namespace {
 
 QString tr(const char* text)
@@ -98,6 +102,13 @@ bool loadPlanned(NucImageInput& input, const QList<PlannedImage>& plan, bool qui
 
 int runGenerateCommand(const QStringList& arguments)
 {
+#if defined(__GLIBC__)
+    // Frames and maps are tens of megabytes each. A fixed threshold keeps every
+    // such block in its own mapping, returned to the system when freed;
+    // glibc's sliding threshold would otherwise move them into the heap
+    // arenas of the decoding threads, which keep freed blocks resident.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+#endif
     QCommandLineParser parser;
     parser.setApplicationDescription(
         tr("Makes a shading map from dark images (lens cap on) and bright images (evenly lit "

@@ -147,13 +147,14 @@ void NUShadingParams::updateTargetParam(float gain, unsigned short offset)
 
 void NUShadingParams::makeNUCDark()
 {
-    map.reset();
-    if (!meanBuffer || width == 0 || height == 0)
+    if (!meanBuffer || width == 0 || height == 0) {
+        map.reset();
         return;
+    }
     const quint32 pixels = pixelCount();
-    // Every element is written below, so the map is not zero-filled first.
-    map.reset(NucLargeBuffer::allocate<float>(pixels, false));
-    if (!map)
+    // Every element is written below, so the map is neither zero-filled nor
+    // fresh: a previous map's memory is used again when it is large enough.
+    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
         return;
 
     // One rounding for step * mean - offset, as the camera's tooling does;
@@ -164,12 +165,12 @@ void NUShadingParams::makeNUCDark()
 
 void NUShadingParams::makeNUCDark16()
 {
-    map.reset();
-    if (!meanBuffer || width == 0 || height == 0)
+    if (!meanBuffer || width == 0 || height == 0) {
+        map.reset();
         return;
+    }
     const quint32 pixels = pixelCount();
-    map.reset(NucLargeBuffer::allocate<float>(pixels, false));
-    if (!map)
+    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
         return;
 
     const float s = float(offsetStep);
@@ -190,8 +191,7 @@ bool NUShadingParams::makeNUCBright(float* darkMap)
     const double sum = NucKernels::subtractDarkAndSum(kernels, meanBuffer.get(), darkMap, pixels);
     const float target = float(sum / qint32(pixels)) * targetGain;
 
-    map.reset(NucLargeBuffer::allocate<float>(pixels, false));
-    if (!map)
+    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
         return false;
     // The correction only brightens: gains below 1 become 1, above 2 become 2,
     // a zero mean gets 2, and NaN passes through unchanged.

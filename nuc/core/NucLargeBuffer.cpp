@@ -6,6 +6,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 #endif
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 namespace NucLargeBuffer {
 
@@ -24,6 +27,18 @@ void adviseHugePages(void* data, std::size_t bytes)
 #else
     (void)data;
     (void)bytes;
+#endif
+}
+
+std::size_t capacityOf(const void* data)
+{
+#if defined(__GLIBC__)
+    // new[] of a trivially destructible type hands out the block operator new
+    // got from malloc, without a cookie in front of it.
+    return data ? malloc_usable_size(const_cast<void*>(data)) : 0;
+#else
+    (void)data;
+    return 0;
 #endif
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <new>
 
 // Allocation of the multi-megabyte per-pixel buffers. A fresh buffer is
@@ -24,6 +25,24 @@ template <typename T> T* allocate(std::size_t count, bool zeroed)
         for (std::size_t i = 0; i < count; ++i)
             data[i] = T();
     return data;
+}
+
+// Bytes the allocation behind data really holds (at least what was asked
+// for), or 0 where the C library cannot tell.
+std::size_t capacityOf(const void* data);
+
+// Leaves buffer as it is when its allocation already holds count elements
+// (their contents are then stale), otherwise releases it and allocates
+// count uninitialised ones. A map made again and again reuses its memory
+// instead of paying for fresh pages each time. False when allocating fails
+// (buffer is then null).
+template <typename T> bool reuseOrAllocate(std::unique_ptr<T[]>& buffer, std::size_t count)
+{
+    if (buffer && capacityOf(buffer.get()) >= count * sizeof(T))
+        return true;
+    buffer.reset();
+    buffer.reset(allocate<T>(count, false));
+    return bool(buffer);
 }
 
 } // namespace NucLargeBuffer

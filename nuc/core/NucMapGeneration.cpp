@@ -42,9 +42,7 @@ bool prepareGain(NUShadingParams& dark, NUShadingParams& bright, float targetGai
         return true;
     }
 
-    dark.map.reset();
-    dark.map.reset(NucLargeBuffer::allocate<float>(pixels, false));
-    if (!dark.map)
+    if (!NucLargeBuffer::reuseOrAllocate(dark.map, pixels))
         return false;
     const NucKernels::KernelSet& kernels = NucKernels::best();
     const float s = float(dark.offsetStep);
@@ -98,9 +96,7 @@ bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
     if (!prepareGain(dark, bright, targetGain, targetOffset, sixteenBit, &target))
         return false;
     const quint32 pixels = pixelsOf(bright);
-    bright.map.reset();
-    bright.map.reset(NucLargeBuffer::allocate<float>(pixels, false));
-    if (!bright.map)
+    if (!NucLargeBuffer::reuseOrAllocate(bright.map, pixels))
         return false;
     NucKernels::best().gainMap(bright.map.get(), bright.meanBuffer.get(), pixels, target);
     return true;
@@ -155,9 +151,7 @@ bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targe
     if (!prepareGain(dark, bright, targetGain, targetOffset, sixteenBit, &target))
         return false;
     const quint32 pixels = pixelsOf(bright);
-    bright.map.reset();
-    bright.map.reset(NucLargeBuffer::allocate<float>(pixels, false));
-    if (!bright.map)
+    if (!NucLargeBuffer::reuseOrAllocate(bright.map, pixels))
         return false;
 
     QByteArray bytes = uninitialisedFile(pixels);

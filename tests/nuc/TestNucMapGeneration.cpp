@@ -337,6 +337,28 @@ private slots:
         }
     }
 
+    // A map made again keeps its memory; one that an importer replaced by a
+    // smaller buffer is never written past its end but replaced.
+    void mapMemoryReusedOnlyWhenLargeEnough()
+    {
+        Series s;
+        fill(s, 64, 40, true, 8, false);
+        s.dark.makeNUCDark16();
+        const std::vector<float> expected(s.dark.map.get(), s.dark.map.get() + 64 * 40);
+        s.dark.map.reset(new float[4]{-1, -1, -1, -1});
+        const float* small = s.dark.map.get();
+        s.dark.makeNUCDark16();
+        QVERIFY(s.dark.map.get() != small);
+        QVERIFY(sameBits(s.dark.map.get(), expected.data(), expected.size()));
+#if defined(__GLIBC__)
+        const float* first = s.dark.map.get();
+        std::fill(s.dark.map.get(), s.dark.map.get() + expected.size(), -7.0f);
+        s.dark.makeNUCDark16();
+        QCOMPARE(s.dark.map.get(), first);
+        QVERIFY(sameBits(s.dark.map.get(), expected.data(), expected.size()));
+#endif
+    }
+
     // Where the steps fail or write nothing, so do the fast functions.
     void failuresMatchSteps()
     {

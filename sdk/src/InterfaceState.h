@@ -1,0 +1,53 @@
+#ifndef HVX_INTERNAL_INTERFACESTATE_H
+#define HVX_INTERNAL_INTERFACESTATE_H
+
+#include "FeatureSource.h"
+#include "Hvx/TransportLayerModule.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace Hvx {
+namespace Internal {
+
+struct ModuleRecord;
+
+class InterfaceState
+{
+public:
+    InterfaceState(std::shared_ptr<ModuleRecord> module, uint64_t session,
+                   const Tl::InterfaceInfo& info);
+
+    const std::shared_ptr<ModuleRecord> module;
+    const uint64_t session;
+
+    Tl::InterfaceInfo Info() const;
+    void SetInfo(const Tl::InterfaceInfo& info);
+    bool Present() const;
+    void SetPresent(bool present);
+
+    // Serialises calls on the interface's features.
+    std::mutex featureMutex;
+
+private:
+    mutable std::mutex m_infoMutex;
+    Tl::InterfaceInfo m_info;
+    bool m_present;
+};
+
+class InterfaceFeatureSource : public FeatureSource
+{
+public:
+    explicit InterfaceFeatureSource(std::weak_ptr<InterfaceState> state);
+    HvErrorType Use(const Body& body) override;
+
+private:
+    std::weak_ptr<InterfaceState> m_state;
+};
+
+} // namespace Internal
+} // namespace Hvx
+
+#endif

@@ -1,0 +1,334 @@
+// The camera wrapper besides file transfers: packet size adjustment on
+// construction, register byte order, raw memory, frames, the User Set save
+// and the information queries, against simulated cameras.
+
+#include "OxCamera.h"
+#include "OxFeatureContainer.h"
+#include "SimSession.h"
+
+#include <Hvx/Camera.h>
+#include <Hvx/Frame.h>
+#include <Hvx/Stream.h>
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+const char* const kCam = "SIM-CAM-1";
+constexpr unsigned long kShadingControl = 0x105FFFE0;
+constexpr unsigned long kShadingMapSelect = 0x105FFFE4;
+constexpr unsigned long kMapArea = 0x10100000;
+
+QJsonObject stream(const char* protocol, int packetSize = 1500)
+{
+    return QJsonObject{{"protocol", protocol}, {"packetSize", packetSize}};
+}
+
+QJsonObject camera(const char* transport, const QJsonObject& extra = QJsonObject())
+{
+    QJsonObject cam = SimSession::cameraJson(kCam, transport);
+    cam.insert("shadingControl", true);
+    cam.insert(
+        "files",
+        QJsonArray{
+            QJsonObject{{"selector", "ShadingMap0"}, {"kind", "shadingMap"}, {"chunkId", 8193}},
+            QJsonObject{{"selector", "ShadingMap1"}, {"kind", "shadingMap"}, {"chunkId", 8196}}});
+    for (auto it = extra.begin(); it != extra.end(); ++it)
+        cam.insert(it.key(), it.value());
+    return cam;
+}
+
+QJsonObject failing(const char* feature, const char* op)
+{
+    return QJsonObject{
+        {"faults",
+         QJsonObject{{"failFeatures", QJsonArray{QJsonObject{{"feature", feature}, {"op", op}}}}}}};
+}
+
+// Opens the simulated camera and wraps it; the trace starts empty just
+// before the wrapper is built, so it shows what construction did.
+struct Fixture
+{
+    explicit Fixture(const QJsonObject& cam) : sim(QJsonArray{cam})
+    {
+        if (!sim.ok() || !(handle = sim.openCamera(kCam)))
+            return;
+        sim.clearTrace(kCam);
+        QElapsedTimer clock;
+        clock.start();
+        wrapper = std::make_unique<OxCamera>(handle, nullptr);
+        constructionMs = clock.elapsed();
+        constructionTrace = sim.trace(kCam);
+        sim.clearTrace(kCam);
+    }
+    bool ok() const { return wrapper != nullptr; }
+    qlonglong packetSize(unsigned int index)
+    {
+        unsigned int count = 0;
+        handle->GetStreams(nullptr, count);
+        std::vector<Hvx::StreamPtr> streams(count);
+        handle->GetStreams(streams.data(), count);
+        QVariant value;
+        if (index >= count ||
+            !OxFeatureContainer(streams[index], nullptr).GetValue("GVSPPacketSize", value))
+            return -1;
+        return value.toLongLong();
+    }
+
+    SimSession sim;
+    Hvx::CameraPtr handle;
+    std::unique_ptr<OxCamera> wrapper;
+    qint64 constructionMs = -1;
+    QStringList constructionTrace;
+};
+
+} // namespace
+
+class TestOxCamera : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void packetSizeOnConstruction_data();
+    void packetSizeOnConstruction();
+    void packetSizeCommandNeverCompletes();
+    void registerByteOrder_data();
+    void registerByteOrder();
+    void rawMemory();
+    void singleFrames();
+    void saveToUserSet_data();
+    void saveToUserSet();
+    void informationQueries();
+};
+
+void TestOxCamera::packetSizeOnConstruction_data()
+{
+    QTest::addColumn<QJsonObject>("config");
+    QTest::addColumn<QStringList>("trace");
+    QTest::addColumn<QList<qlonglong>>("packetSizes");
+
+    const QStringList adjusted{"stream0: GVSPAdjustPacketSize execute",
+                               "stream0: GVSPAdjustPacketSize isdone 1"};
+    QTest::newRow("USB3 Vision") << camera("USB3") << QStringList() << QList<qlonglong>{-1};
+    QTest::newRow("GigE Vision over UDP")
+        << camera("GigE", {{"streams", QJsonArray{stream("UDP")}}})
+        << (QStringList{"stream0: GVSPProtocol get UDP", "stream0: GVSPProtocol get UDP"} +
+            adjusted)
+        << QList<qlonglong>{8164};
+    QTest::newRow("GigE Vision over TCP")
+        << camera("GigE", {{"streams", QJsonArray{stream("TCP")}}})
+        << QStringList{"stream0: GVSPProtocol get TCP", "stream0: GVSPProtocol get TCP"}
+        << QList<qlonglong>{1500};
+    QTest::newRow("no protocol feature") << camera("GigE", {{"streams", QJsonArray{stream("")}}})
+                                         << adjusted << QList<qlonglong>{8164};
+    QTest::newRow("two streams") << camera("GigE", {{"streams",
+                                                     QJsonArray{stream(""), stream("UDP", 9000)}}})
+                                 << adjusted << QList<qlonglong>{8164, 9000};
+    QJsonObject noType = camera("GigE", {{"streams", QJsonArray{stream("UDP")}}});
+    noType.insert("faults", QJsonObject{{"failGetInterfaceType", true}});
+    QTest::newRow("transport unknown") << noType << QStringList() << QList<qlonglong>{1500};
+}
+
+void TestOxCamera::packetSizeOnConstruction()
+{
+    QFETCH(QJsonObject, config);
+    QFETCH(QStringList, trace);
+    QFETCH(QList<qlonglong>, packetSizes);
+    Fixture f(config);
+    QVERIFY(f.ok());
+    QCOMPARE(f.constructionTrace, trace);
+    for (int i = 0; i < packetSizes.size(); ++i)
+        QCOMPARE(f.packetSize(unsigned(i)), packetSizes.at(i));
+}
+
+void TestOxCamera::packetSizeCommandNeverCompletes()
+{
+    QJsonObject config = camera("GigE", {{"streams", QJsonArray{stream("UDP")}}});
+    config.insert("faults",
+                  QJsonObject{{"commandLatencyMs", QJsonObject{{"GVSPAdjustPacketSize", -1}}}});
+    Fixture f(config);
+    QVERIFY(f.ok());
+    // Asked at once and every 2 s until the 5 s have passed.
+    QCOMPARE(f.constructionTrace.count("stream0: GVSPAdjustPacketSize isdone 0"), 4);
+    QVERIFY2(f.constructionMs >= 6000 && f.constructionMs < 9000,
+             qPrintable(QString::number(f.constructionMs)));
+    // The camera is usable all the same.
+    QCOMPARE(f.wrapper->GetCameraManufacturerInfo(), QString("4.1.0 (2026-05-01)"));
+}
+
+void TestOxCamera::registerByteOrder_data()
+{
+    QTest::addColumn<QJsonObject>("config");
+    QTest::addColumn<bool>("bigEndian");
+    QTest::addColumn<QByteArray>("rawOne"); // the register holding 1, byte by byte
+    QTest::addColumn<unsigned int>("readOne");
+    QTest::newRow("GigE Vision") << camera("GigE") << true << QByteArray("\0\0\0\1", 4) << 1u;
+    QTest::newRow("USB3 Vision") << camera("USB3") << false << QByteArray("\1\0\0\0", 4) << 1u;
+    // Without the transport type the flag keeps its start value, so a
+    // little-endian register comes out swapped.
+    QJsonObject unknown = camera("USB3");
+    unknown.insert("faults", QJsonObject{{"failGetInterfaceType", true}});
+    QTest::newRow("USB3, type unknown")
+        << unknown << true << QByteArray("\1\0\0\0", 4) << 0x01000000u;
+}
+
+void TestOxCamera::registerByteOrder()
+{
+    QFETCH(QJsonObject, config);
+    QFETCH(bool, bigEndian);
+    QFETCH(QByteArray, rawOne);
+    QFETCH(unsigned int, readOne);
+    Fixture f(config);
+    QVERIFY(f.ok());
+    QCOMPARE(f.wrapper->IsBigEndian(), bigEndian);
+    OxFeatureContainer features(f.handle, nullptr);
+    QVERIFY(features.SetValue("Shading_MapSelect", QVariant(1)));
+
+    QByteArray raw(4, '\x55');
+    unsigned int size = 4;
+    QVERIFY(f.wrapper->Read(kShadingMapSelect, raw.data(), &size));
+    QCOMPARE(raw, rawOne);
+    unsigned int value = 0xffffffff;
+    QVERIFY(f.wrapper->ReadRegister(kShadingMapSelect, &value));
+    QCOMPARE(value, readOne);
+
+    // Written in the same order as read: what comes back is what went in.
+    QVERIFY(f.wrapper->WriteRegister(kShadingControl, readOne));
+    QVariant control;
+    QVERIFY(features.GetValue("Shading_Control", control));
+    QCOMPARE(control, QVariant(1LL));
+    QVERIFY(!f.wrapper->ReadRegister(kShadingControl, nullptr));
+}
+
+void TestOxCamera::rawMemory()
+{
+    Fixture f(camera("USB3"));
+    QVERIFY(f.ok());
+    const QByteArray written("\x10\x32\x54\x76\x98\xba\xdc\xfe", 8);
+    unsigned int size = 8;
+    QVERIFY(f.wrapper->Write(kMapArea + 64, written.constData(), &size));
+    QByteArray read(8, '\0');
+    QVERIFY(f.wrapper->Read(kMapArea + 64, read.data(), &size));
+    QCOMPARE(read, written);
+    QCOMPARE(size, 8u);
+
+    unsigned int zero = 0;
+    QVERIFY(!f.wrapper->Read(kMapArea, read.data(), &zero));
+    QVERIFY(!f.wrapper->Write(kMapArea, written.constData(), &zero));
+    QVERIFY(!f.wrapper->Read(kMapArea, nullptr, &size));
+    QVERIFY(!f.wrapper->Write(kMapArea, written.constData(), nullptr));
+    // An address the camera does not map fails and leaves the data alone.
+    read.fill('\x55');
+    QVERIFY(!f.wrapper->Read(0x100, read.data(), &size));
+    QCOMPARE(read, QByteArray(8, '\x55'));
+    // The placeholder writes nothing anywhere.
+    QVERIFY(!f.wrapper->OxRegisterDeviceWrite("Shading_Control",
+                                              reinterpret_cast<const unsigned char*>("\1\0\0\0"),
+                                              &size, kShadingControl));
+    QVERIFY(f.sim.trace(kCam).isEmpty());
+}
+
+void TestOxCamera::singleFrames()
+{
+    {
+        Fixture f(camera("USB3"));
+        QVERIFY(f.ok());
+        std::shared_ptr<Hvx::Frame> frame;
+        QVERIFY(f.wrapper->AcquireSingleImage(frame, 1000, Hvx::FrameAllocation_AnnounceFrame));
+        QVERIFY(frame);
+        uint32_t width = 0, height = 0;
+        frame->GetWidth(width);
+        frame->GetHeight(height);
+        QCOMPARE(width, 640u);
+        QCOMPARE(height, 512u);
+    }
+    {
+        Fixture f(camera("USB3", failing("AcquireSingleImage", "execute")));
+        QVERIFY(f.ok());
+        std::shared_ptr<Hvx::Frame> frame;
+        QVERIFY(!f.wrapper->AcquireSingleImage(frame, 1000, Hvx::FrameAllocation_AnnounceFrame));
+        QVERIFY(!frame);
+    }
+}
+
+void TestOxCamera::saveToUserSet_data()
+{
+    QTest::addColumn<QJsonObject>("config");
+    QTest::addColumn<QString>("selected");
+    QTest::addColumn<bool>("result");
+    QTest::addColumn<QStringList>("trace");
+    QTest::addColumn<QString>("storedSet"); // file the camera stored, empty: none
+
+    const QStringList readDefault{"UserSetSelector get Default", "UserSetSelector get Default"};
+    QTest::newRow("from Default") << camera("USB3") << "Default" << true
+                                  << (readDefault + QStringList{"UserSetSelector set UserSet1",
+                                                                "UserSetSave execute"})
+                                  << "UserSet1.json";
+    QTest::newRow("UserSet2 selected")
+        << camera("USB3") << "UserSet2" << true
+        << QStringList{"UserSetSelector get UserSet2", "UserSetSelector get UserSet2",
+                       "UserSetSave execute"}
+        << "UserSet2.json";
+    QTest::newRow("selection unreadable")
+        << camera("USB3", failing("UserSetSelector", "get")) << "Default" << false
+        << QStringList{"UserSetSelector get -> -13"} << QString();
+    QTest::newRow("switch refused")
+        << camera("USB3", failing("UserSetSelector", "set")) << "Default" << false
+        << (readDefault + QStringList{"UserSetSelector set UserSet1 -> -13"}) << QString();
+    QTest::newRow("save fails") << camera("USB3", failing("UserSetSave", "execute")) << "Default"
+                                << false
+                                << (readDefault + QStringList{"UserSetSelector set UserSet1",
+                                                              "UserSetSave execute -> -13"})
+                                << QString();
+}
+
+void TestOxCamera::saveToUserSet()
+{
+    QFETCH(QJsonObject, config);
+    QFETCH(QString, selected);
+    QFETCH(bool, result);
+    QFETCH(QStringList, trace);
+    QFETCH(QString, storedSet);
+    Fixture f(config);
+    QVERIFY(f.ok());
+    if (selected != QLatin1String("Default")) {
+        QVERIFY(OxFeatureContainer(f.handle, nullptr).SetValue("UserSetSelector", selected));
+        f.sim.clearTrace(kCam);
+    }
+    QCOMPARE(f.wrapper->SaveToUserSet(), result);
+    QCOMPARE(f.sim.trace(kCam), trace);
+    const QString folder = f.sim.path("state/SN-SIM-CAM-1/");
+    for (const char* set : {"UserSet1.json", "UserSet2.json"})
+        QCOMPARE(QFile::exists(folder + set), storedSet == QLatin1String(set));
+}
+
+void TestOxCamera::informationQueries()
+{
+    {
+        Fixture f(camera("GigE", {{"name", "Line 4 überwacht"}}));
+        QVERIFY(f.ok());
+        QCOMPARE(f.wrapper->GetInfo(nullptr), HvErrorBadParameter);
+        HvCameraInfo info;
+        QCOMPARE(f.wrapper->GetInfo(&info), HvErrorSuccess);
+        QCOMPARE(QString::fromUtf8(info.cameraIdString), QString(kCam));
+        QCOMPARE(f.wrapper->GetCameraName(), QString("Line 4 überwacht"));
+        QCOMPARE(f.wrapper->GetCameraManufacturerInfo(), QString("4.1.0 (2026-05-01)"));
+        QVERIFY(f.wrapper->IsFileAccessSupported());
+        QVariant model;
+        QVERIFY(f.wrapper->GetFeatureContainer()->GetValue("DeviceModelName", model));
+        QCOMPARE(model, QVariant("kva640MXGE"));
+    }
+    {
+        Fixture f(camera("GigE", failing("DeviceManufacturerInfo", "get")));
+        QVERIFY(f.ok());
+        QCOMPARE(f.wrapper->GetCameraManufacturerInfo(), QString());
+        QCOMPARE(f.wrapper->GetCameraName(), QString("Camera SIM-CAM-1"));
+    }
+}
+
+QTEST_GUILESS_MAIN(TestOxCamera)
+#include "TestOxCamera.moc"

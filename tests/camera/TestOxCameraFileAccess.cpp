@@ -1,0 +1,594 @@
+// Device file transfers of the camera wrapper against simulated cameras:
+// what the caller gets (result, byte counts, progress) and what the camera
+// saw (the feature writes in order, the stored file afterwards).
+
+#include "OxCamera.h"
+#include "OxCameraFeature.h"
+#include "SimSession.h"
+
+#include <Hvx/Camera.h>
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QSignalSpy>
+#include <QThread>
+#include <QtConcurrent>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+const char* const kCam = "SIM-FA-1";
+constexpr int kSeventy = 70000;
+
+std::vector<unsigned char> pattern(int size, int seed = 0)
+{
+    std::vector<unsigned char> bytes(static_cast<size_t>(size));
+    for (int i = 0; i < size; ++i)
+        bytes[size_t(i)] = static_cast<unsigned char>((i * 7 + i / 251 + seed) & 0xff);
+    return bytes;
+}
+
+QByteArray toBytes(const std::vector<unsigned char>& v)
+{
+    return QByteArray(reinterpret_cast<const char*>(v.data()), int(v.size()));
+}
+
+QByteArray seventyText()
+{
+    QByteArray text;
+    for (int i = 0; text.size() < kSeventy; ++i)
+        text += QByteArray::number(i % 100000).rightJustified(6, '0') + '\n';
+    return text.left(kSeventy);
+}
+
+QJsonObject fileEntry(const char* selector, const QByteArray& content = QByteArray(),
+                      bool read = true, bool write = true)
+{
+    QJsonObject f;
+    f.insert("selector", selector);
+    f.insert("kind", "plain");
+    f.insert("content", QString::fromLatin1(content));
+    f.insert("read", read);
+    f.insert("write", write);
+    return f;
+}
+
+QJsonObject fileCamera(const QJsonObject& faults = QJsonObject(), bool hasFilename = true,
+                       bool lengthWritable = true)
+{
+    QJsonObject cam = SimSession::cameraJson(kCam);
+    cam.insert("files",
+               QJsonArray{fileEntry("Userfile", "previous"), fileEntry("Seventy", seventyText()),
+                          fileEntry("Empty"), fileEntry("ReadOnly", "factory", true, false),
+                          fileEntry("WriteOnly", QByteArray(), false, true)});
+    cam.insert("hasFilename", hasFilename);
+    cam.insert("fileAccessLengthWritable", lengthWritable);
+    if (!faults.isEmpty())
+        cam.insert("faults", faults);
+    return cam;
+}
+
+QJsonObject failFeature(const char* feature, const char* op = "set")
+{
+    QJsonObject f;
+    f.insert("feature", feature);
+    f.insert("op", op);
+    return QJsonObject{{"failFeatures", QJsonArray{f}}};
+}
+
+QJsonObject failOperation(const char* operation, int chunk = 0)
+{
+    QJsonObject o;
+    o.insert("operation", operation);
+    o.insert("chunk", chunk);
+    return QJsonObject{{"failOperations", QJsonArray{o}}};
+}
+
+QList<qint64> remainingValues(const QSignalSpy& spy, const QString& operation)
+{
+    QList<qint64> values;
+    for (const QList<QVariant>& args : spy) {
+        if (args.at(1).toString() != QLatin1String("map.bin") || args.at(2).toString() != operation)
+            values << -999; // wrong name or operation shows up as a mismatch
+        else
+            values << args.at(0).toLongLong();
+    }
+    return values;
+}
+
+QStringList select(const QStringList& trace, const QString& prefix)
+{
+    QStringList lines;
+    for (const QString& line : trace)
+        if (line.startsWith(prefix))
+            lines << line.mid(prefix.size());
+    return lines;
+}
+
+// An opened simulated camera wrapped for the test.
+struct Fixture
+{
+    explicit Fixture(const QJsonObject& camera) : sim(QJsonArray{camera})
+    {
+        if (!sim.ok())
+            return;
+        Hvx::CameraPtr handle = sim.openCamera(kCam);
+        if (!handle)
+            return;
+        camera_ = std::make_unique<OxCamera>(handle, nullptr);
+        sim.clearTrace(kCam);
+    }
+    bool ok() const { return camera_ != nullptr; }
+    OxCamera& camera() { return *camera_; }
+    QStringList trace(bool withIsDone = true) { return sim.trace(kCam, withIsDone); }
+
+    SimSession sim;
+    std::unique_ptr<OxCamera> camera_;
+};
+
+} // namespace
+
+class TestOxCameraFileAccess : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void uploadOneChunkExactSequence();
+    void uploadChunks_data();
+    void uploadChunks();
+    void uploadWithoutFilenameFeature();
+    void uploadWithReadOnlyLength();
+    void emptyUploadTouchesNothing();
+    void uploadFailures_data();
+    void uploadFailures();
+    void uploadLocalFile();
+    void progressCrossesThreads();
+    void downloads_data();
+    void downloads();
+    void downloadFailures_data();
+    void downloadFailures();
+    void deleteDeviceFile();
+    void deleteWithoutFilenameFeature();
+    void openModeProbe_data();
+    void openModeProbe();
+    void openModeProbeWithoutSelector();
+};
+
+void TestOxCameraFileAccess::uploadOneChunkExactSequence()
+{
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    QSignalSpy progress(&f.camera(), &OxCamera::updateTransferProcess);
+    long written = -1;
+    const std::vector<unsigned char> data = pattern(65536);
+    QVERIFY(f.camera().UploadBuffer(data, "map.bin", "Userfile", &written));
+    QCOMPARE(written, 65536L);
+    // The open is not waited for (no done query); chunk and close are.
+    QCOMPARE(f.trace(),
+             QStringList({"FileSelector set Userfile", "Filename set map.bin",
+                          "FileOpenMode set Write", "FileOperationSelector set Open",
+                          "FileOperationExecute execute", "FileAccessLength set 65536",
+                          "FileAccessOffset set 0", "FileAccessBuffer set 65536",
+                          "FileOperationSelector set Write", "FileOperationExecute execute",
+                          "FileOperationExecute isdone 1", "FileOperationSelector set Close",
+                          "FileOperationExecute execute", "FileOperationExecute isdone 1"}));
+    QCOMPARE(remainingValues(progress, "Write"), QList<qint64>({0}));
+    QCOMPARE(f.sim.storedFile(kCam, "Userfile"), toBytes(data));
+}
+
+void TestOxCameraFileAccess::uploadChunks_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<QStringList>("offsets");
+    QTest::addColumn<QStringList>("lengths");
+    QTest::addColumn<QStringList>("buffers");
+    QTest::addColumn<QList<qint64>>("progress");
+    QTest::newRow("short single chunk") << 1000 << QStringList{"0"} << QStringList{"1000"}
+                                        << QStringList{"1000"} << QList<qint64>{0};
+    QTest::newRow("two full chunks") << 131072 << QStringList{"0", "65536"} << QStringList{"65536"}
+                                     << QStringList{"65536", "65536"} << QList<qint64>{0};
+    QTest::newRow("150000") << 150000 << QStringList{"0", "65536", "131072"}
+                            << QStringList{"65536", "18928"}
+                            << QStringList{"65536", "65536", "18928"} << QList<qint64>{84464, 0};
+    QTest::newRow("four chunks") << 200000 << QStringList{"0", "65536", "131072", "196608"}
+                                 << QStringList{"65536", "3392"}
+                                 << QStringList{"65536", "65536", "65536", "3392"}
+                                 << QList<qint64>{134464, 68928, 0};
+}
+
+void TestOxCameraFileAccess::uploadChunks()
+{
+    QFETCH(int, size);
+    QFETCH(QStringList, offsets);
+    QFETCH(QStringList, lengths);
+    QFETCH(QStringList, buffers);
+    QFETCH(QList<qint64>, progress);
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
+    const std::vector<unsigned char> data = pattern(size, 3);
+    long written = -1;
+    QVERIFY(f.camera().UploadBuffer(data, "map.bin", "Userfile", &written));
+    QCOMPARE(written, long(size));
+    const QStringList trace = f.trace();
+    QCOMPARE(select(trace, "FileAccessOffset set "), offsets);
+    QCOMPARE(select(trace, "FileAccessLength set "), lengths);
+    QCOMPARE(select(trace, "FileAccessBuffer set "), buffers);
+    QCOMPARE(trace.count("FileOperationSelector set Write"), offsets.size());
+    QCOMPARE(remainingValues(spy, "Write"), progress);
+    QCOMPARE(f.sim.storedFile(kCam, "Userfile"), toBytes(data));
+}
+
+void TestOxCameraFileAccess::uploadWithoutFilenameFeature()
+{
+    Fixture f(fileCamera(QJsonObject(), false));
+    QVERIFY(f.ok());
+    long written = -1;
+    const std::vector<unsigned char> data = pattern(70000, 5);
+    QVERIFY(f.camera().UploadBuffer(data, "map.bin", "Userfile", &written));
+    QCOMPARE(written, 70000L);
+    QVERIFY(select(f.trace(), "Filename").isEmpty());
+    QCOMPARE(f.trace().first(), QString("FileSelector set Userfile"));
+    QCOMPARE(f.sim.storedFile(kCam, "Userfile"), toBytes(data));
+
+    // Downloads go by selector alone as well.
+    f.sim.clearTrace(kCam);
+    const QString local = f.sim.path("back.bin");
+    long read = -1;
+    QVERIFY(f.camera().DownloadDeviceFile(QFile::encodeName(local), "map.bin", "Userfile", &read));
+    QCOMPARE(read, 70000L);
+    QVERIFY(select(f.trace(), "Filename").isEmpty());
+    QFile back(local);
+    QVERIFY(back.open(QIODevice::ReadOnly));
+    QCOMPARE(back.readAll(), toBytes(data));
+}
+
+void TestOxCameraFileAccess::uploadWithReadOnlyLength()
+{
+    Fixture f(fileCamera(QJsonObject(), true, false));
+    QVERIFY(f.ok());
+    long written = -1;
+    const std::vector<unsigned char> data = pattern(150000, 9);
+    QVERIFY(f.camera().UploadBuffer(data, "map.bin", "Userfile", &written));
+    QCOMPARE(written, 150000L);
+    // Never written, not even for the short last chunk.
+    QVERIFY(select(f.trace(), "FileAccessLength").isEmpty());
+    QCOMPARE(select(f.trace(), "FileAccessBuffer set "), QStringList({"65536", "65536", "18928"}));
+    QCOMPARE(f.sim.storedFile(kCam, "Userfile"), toBytes(data));
+
+    f.sim.clearTrace(kCam);
+    long read = -1;
+    const QString local = f.sim.path("seventy.txt");
+    QVERIFY(f.camera().DownloadDeviceFile(QFile::encodeName(local), "s.txt", "Seventy", &read));
+    QCOMPARE(read, long(kSeventy));
+    QVERIFY(select(f.trace(), "FileAccessLength").isEmpty());
+    QFile back(local);
+    QVERIFY(back.open(QIODevice::ReadOnly));
+    QCOMPARE(back.readAll(), seventyText());
+}
+
+void TestOxCameraFileAccess::emptyUploadTouchesNothing()
+{
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
+    long written = -1;
+    QVERIFY(!f.camera().UploadBuffer({}, "map.bin", "Userfile", &written));
+    QCOMPARE(written, -1L);
+    QVERIFY(f.trace().isEmpty());
+    QCOMPARE(spy.count(), 0);
+}
+
+void TestOxCameraFileAccess::uploadFailures_data()
+{
+    QTest::addColumn<QJsonObject>("faults");
+    QTest::addColumn<bool>("result");
+    QTest::addColumn<long>("written"); // -1: left untouched
+    QTest::addColumn<int>("opens");
+    QTest::addColumn<int>("closes");
+    QTest::addColumn<QList<qint64>>("progress");
+    QTest::addColumn<int>("storedBytes"); // -1: the previous content stays
+
+    QTest::newRow("selector") << failFeature("FileSelector") << false << -1L << 0 << 0
+                              << QList<qint64>{} << -1;
+    QTest::newRow("file name") << failFeature("Filename") << false << -1L << 0 << 0
+                               << QList<qint64>{} << -1;
+    QTest::newRow("open mode") << failFeature("FileOpenMode") << false << -1L << 0 << 0
+                               << QList<qint64>{} << -1;
+    QTest::newRow("open") << failOperation("Open") << false << -1L << 1 << 0 << QList<qint64>{}
+                          << -1;
+    // Past the open: the file is closed and the call counts as done.
+    QTest::newRow("length") << failFeature("FileAccessLength") << true << 0L << 1 << 1
+                            << QList<qint64>{0} << 0;
+    QTest::newRow("offset") << failFeature("FileAccessOffset") << true << 0L << 1 << 1
+                            << QList<qint64>{0} << 0;
+    QTest::newRow("buffer") << failFeature("FileAccessBuffer") << true << 0L << 1 << 1
+                            << QList<qint64>{0} << 0;
+    QTest::newRow("second chunk") << failOperation("Write", 2) << true << 65536L << 1 << 1
+                                  << QList<qint64>{84464, 0} << 65536;
+    QTest::newRow("last chunk") << failOperation("Write", 3) << true << 131072L << 1 << 1
+                                << QList<qint64>{84464, 0} << 131072;
+    QTest::newRow("close") << failOperation("Close") << false << -1L << 1 << 1
+                           << QList<qint64>{84464} << -1;
+}
+
+void TestOxCameraFileAccess::uploadFailures()
+{
+    QFETCH(QJsonObject, faults);
+    QFETCH(bool, result);
+    QFETCH(long, written);
+    QFETCH(int, opens);
+    QFETCH(int, closes);
+    QFETCH(QList<qint64>, progress);
+    QFETCH(int, storedBytes);
+    Fixture f(fileCamera(faults));
+    QVERIFY(f.ok());
+    QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
+    const std::vector<unsigned char> data = pattern(150000, 1);
+    long count = -1;
+    QCOMPARE(f.camera().UploadBuffer(data, "map.bin", "Userfile", &count), result);
+    QCOMPARE(count, written);
+    const QStringList trace = f.trace();
+    QCOMPARE(trace.count("FileOperationSelector set Open"), opens);
+    QCOMPARE(trace.count("FileOperationSelector set Close"), closes);
+    QCOMPARE(remainingValues(spy, "Write"), progress);
+    const QByteArray stored = f.sim.storedFile(kCam, "Userfile");
+    if (storedBytes < 0)
+        QCOMPARE(stored, QByteArray("previous"));
+    else
+        QCOMPARE(stored, toBytes(data).left(storedBytes));
+}
+
+void TestOxCameraFileAccess::uploadLocalFile()
+{
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    const std::vector<unsigned char> data = pattern(100000, 11);
+    const QString path = f.sim.path("local.bin");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(toBytes(data));
+    file.close();
+    long written = -1;
+    QVERIFY(f.camera().UploadLocalFile("map.bin", QFile::encodeName(path), "Userfile", &written));
+    QCOMPARE(written, 100000L);
+    QCOMPARE(f.sim.storedFile(kCam, "Userfile"), toBytes(data));
+
+    // An empty or missing local file never reaches the camera.
+    f.sim.clearTrace(kCam);
+    QFile empty(f.sim.path("empty.bin"));
+    QVERIFY(empty.open(QIODevice::WriteOnly));
+    empty.close();
+    written = -1;
+    QVERIFY(!f.camera().UploadLocalFile("map.bin", QFile::encodeName(empty.fileName()), "Userfile",
+                                        &written));
+    QCOMPARE(written, 0L);
+    written = -1;
+    QVERIFY(!f.camera().UploadLocalFile("map.bin", QFile::encodeName(f.sim.path("missing.bin")),
+                                        "Userfile", &written));
+    QCOMPARE(written, 0L);
+    QVERIFY(!f.camera().UploadLocalFile("map.bin", nullptr, "Userfile", &written));
+    QVERIFY(f.trace().isEmpty());
+}
+
+void TestOxCameraFileAccess::progressCrossesThreads()
+{
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    QList<qint64> received;
+    QList<bool> onMainThread;
+    QObject receiver;
+    connect(
+        &f.camera(), &OxCamera::updateTransferProcess, &receiver,
+        [&](int64_t remaining, const QString&, const QString&) {
+            received << remaining;
+            onMainThread << (QThread::currentThread() == receiver.thread());
+        },
+        Qt::QueuedConnection);
+    const std::vector<unsigned char> data = pattern(150000, 2);
+    long written = -1;
+    QFuture<bool> transfer = QtConcurrent::run(
+        [&]() { return f.camera().UploadBuffer(data, "map.bin", "Userfile", &written); });
+    transfer.waitForFinished();
+    QVERIFY(transfer.result());
+    QTRY_COMPARE(received, QList<qint64>({84464, 0}));
+    QCOMPARE(onMainThread, QList<bool>({true, true}));
+}
+
+void TestOxCameraFileAccess::downloads_data()
+{
+    QTest::addColumn<QString>("selector");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QStringList>("offsets");
+    QTest::addColumn<QStringList>("lengths");
+    QTest::addColumn<QList<qint64>>("progress");
+    // An empty file still gets its (zero) length written before the close.
+    QTest::newRow("empty") << "Empty" << QByteArray() << QStringList() << QStringList{"0"}
+                           << QList<qint64>{0};
+    QTest::newRow("70000") << "Seventy" << seventyText() << QStringList{"0", "65536"}
+                           << QStringList{"65536", "4464"} << QList<qint64>{4464, 0, 0};
+    QTest::newRow("short") << "ReadOnly" << QByteArray("factory") << QStringList{"0"}
+                           << QStringList{"7"} << QList<qint64>{0, 0};
+}
+
+void TestOxCameraFileAccess::downloads()
+{
+    QFETCH(QString, selector);
+    QFETCH(QByteArray, content);
+    QFETCH(QStringList, offsets);
+    QFETCH(QStringList, lengths);
+    QFETCH(QList<qint64>, progress);
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
+    const QString local = f.sim.path("download.bin");
+    long read = -1;
+    QVERIFY(f.camera().DownloadDeviceFile(QFile::encodeName(local), "map.bin",
+                                          selector.toUtf8().constData(), &read));
+    QCOMPARE(read, long(content.size()));
+    QFile file(local);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), content);
+    const QStringList trace = f.trace();
+    QCOMPARE(trace.count("FileOperationSelector set Open"), 1);
+    QCOMPARE(trace.count("FileOperationSelector set Close"), 1);
+    QCOMPARE(trace.count("FileOpenMode set Read"), 1);
+    QCOMPARE(select(trace, "FileAccessOffset set "), offsets);
+    QCOMPARE(select(trace, "FileAccessLength set "), lengths);
+    QCOMPARE(select(trace, "FileAccessBuffer get ").size(), offsets.size());
+    QCOMPARE(remainingValues(spy, "Read"), progress);
+}
+
+void TestOxCameraFileAccess::downloadFailures_data()
+{
+    QTest::addColumn<QJsonObject>("faults");
+    QTest::addColumn<long>("read");
+    QTest::addColumn<QList<qint64>>("progress");
+    // The last feature operations the camera saw (done queries left out).
+    QTest::addColumn<QStringList>("tail");
+
+    const QString opened = "FileOperationExecute execute";
+    const QStringList closed{"FileOperationSelector set Close", "FileOperationExecute execute"};
+
+    QTest::newRow("selector") << failFeature("FileSelector") << 0L << QList<qint64>{}
+                              << QStringList{"FileSelector set Seventy -> -13"};
+    QTest::newRow("file name") << failFeature("Filename") << 0L << QList<qint64>{}
+                               << QStringList{"FileSelector set Seventy",
+                                              "Filename set map.bin -> -13"};
+    QTest::newRow("open") << failOperation("Open") << 0L << QList<qint64>{}
+                          << QStringList{"FileOperationSelector set Open",
+                                         "FileOperationExecute execute -> -13"};
+    QTest::newRow("file size") << failFeature("FileSize", "get") << 0L << QList<qint64>{}
+                               << (QStringList{opened, "FileSize get -> -13"} + closed);
+    // The one failure after the open that leaves the device file open.
+    QTest::newRow("length") << failFeature("FileAccessLength") << 0L << QList<qint64>{}
+                            << QStringList{"FileSize get 70000",
+                                           "FileAccessLength set 65536 -> -13"};
+    QTest::newRow("offset")
+        << failFeature("FileAccessOffset") << 0L << QList<qint64>{}
+        << (QStringList{"FileAccessLength set 65536", "FileAccessOffset set 0 -> -13"} + closed);
+    QTest::newRow("buffer") << failFeature("FileAccessBuffer", "get") << 0L << QList<qint64>{}
+                            << (QStringList{opened, "FileAccessBuffer get -> -13"} + closed);
+    QTest::newRow("second read") << failOperation("Read", 2) << 65536L << QList<qint64>{4464}
+                                 << (QStringList{"FileAccessOffset set 65536",
+                                                 "FileAccessLength set 4464",
+                                                 "FileOperationSelector set Read",
+                                                 "FileOperationExecute execute -> -13"} +
+                                     closed);
+    // A failed close is tried once more by the abort path; the camera has
+    // ended the file already, so the second selection is refused before it
+    // reaches the camera and only its execute shows.
+    QTest::newRow("close") << failOperation("Close") << 70000L << QList<qint64>{4464, 0}
+                           << QStringList{"FileAccessBuffer get 65536",
+                                          "FileOperationSelector set Close",
+                                          "FileOperationExecute execute -> -13",
+                                          "FileOperationExecute execute -> -15"};
+}
+
+void TestOxCameraFileAccess::downloadFailures()
+{
+    QFETCH(QJsonObject, faults);
+    QFETCH(long, read);
+    QFETCH(QList<qint64>, progress);
+    QFETCH(QStringList, tail);
+    Fixture f(fileCamera(faults));
+    QVERIFY(f.ok());
+    QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
+    const QString local = f.sim.path("download.bin");
+    long count = -1;
+    QVERIFY(!f.camera().DownloadDeviceFile(QFile::encodeName(local), "map.bin", "Seventy", &count));
+    QCOMPARE(count, read);
+    const QStringList trace = f.trace(false);
+    QCOMPARE(trace.mid(trace.size() - tail.size()), tail);
+    QCOMPARE(remainingValues(spy, "Read"), progress);
+    // The local file holds what was counted, and stays on disk.
+    QFile file(local);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), seventyText().left(int(read)));
+}
+
+void TestOxCameraFileAccess::deleteDeviceFile()
+{
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    long written = -1;
+    QVERIFY(f.camera().UploadBuffer(pattern(5000), "map.bin", "Seventy", &written));
+    QCOMPARE(f.sim.storedFile(kCam, "Seventy").size(), 5000);
+    f.sim.clearTrace(kCam);
+    QVERIFY(f.camera().DeleteDeviceFile("map.bin", "Seventy"));
+    QCOMPARE(f.trace(), QStringList({"FileSelector set Seventy", "Filename set map.bin",
+                                     "FileOpenMode set Write", "FileOperationSelector set Delete",
+                                     "FileOperationExecute execute"}));
+    // Back to the camera's own content.
+    QCOMPARE(f.sim.storedFile(kCam, "Seventy"), seventyText());
+
+    // A read-only file refuses the write mode, so nothing is deleted.
+    f.sim.clearTrace(kCam);
+    QVERIFY(!f.camera().DeleteDeviceFile("x", "ReadOnly"));
+    QVERIFY(select(f.trace(), "FileOperationSelector").isEmpty());
+}
+
+void TestOxCameraFileAccess::deleteWithoutFilenameFeature()
+{
+    // The name is written unconditionally: without a Filename feature the
+    // delete stops there.
+    Fixture f(fileCamera(QJsonObject(), false));
+    QVERIFY(f.ok());
+    QVERIFY(!f.camera().DeleteDeviceFile("map.bin", "Seventy"));
+    QCOMPARE(f.trace(), QStringList({"FileSelector set Seventy"}));
+}
+
+void TestOxCameraFileAccess::openModeProbe_data()
+{
+    QTest::addColumn<QString>("selector");
+    QTest::addColumn<bool>("readBlocked");
+    QTest::addColumn<bool>("writeBlocked");
+    // Modes the camera took, in order; the SDK refuses unavailable ones
+    // before they reach the camera.
+    QTest::addColumn<QStringList>("accepted");
+    QTest::newRow("read and write")
+        << "Userfile" << false << false << QStringList{"Read", "Write", "ReadWrite"};
+    QTest::newRow("read only") << "ReadOnly" << false << true << QStringList{"Read"};
+    QTest::newRow("write only") << "WriteOnly" << true << false << QStringList{"Write"};
+}
+
+void TestOxCameraFileAccess::openModeProbe()
+{
+    QFETCH(QString, selector);
+    QFETCH(bool, readBlocked);
+    QFETCH(bool, writeBlocked);
+    QFETCH(QStringList, accepted);
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    OxCameraFeature features(f.sim.camera(kCam), nullptr);
+    QVERIFY(features.SetValue("FileSelector", selector));
+    f.sim.clearTrace(kCam);
+
+    bool read = true, write = true;
+    f.camera().GetFileAccessMode(&read, &write);
+    QCOMPARE(read, readBlocked);
+    QCOMPARE(write, writeBlocked);
+    QCOMPARE(select(f.trace(false), "FileOpenMode set "), accepted);
+    QVariant mode;
+    QVERIFY(features.GetValue("FileOpenMode", mode));
+    QCOMPARE(mode.toString(), accepted.last());
+}
+
+void TestOxCameraFileAccess::openModeProbeWithoutSelector()
+{
+    Fixture f(fileCamera(failFeature("FileSelector", "get")));
+    QVERIFY(f.ok());
+    bool read = true, write = true;
+    f.camera().GetFileAccessMode(nullptr, &write);
+    QVERIFY(f.trace().isEmpty());
+    QVERIFY(write);
+    f.camera().GetFileAccessMode(&read, &write);
+    QVERIFY(!read);
+    QVERIFY(!write);
+    QCOMPARE(f.trace(), QStringList({"FileSelector get -> -13"}));
+}
+
+QTEST_GUILESS_MAIN(TestOxCameraFileAccess)
+#include "TestOxCameraFileAccess.moc"

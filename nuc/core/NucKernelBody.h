@@ -21,13 +21,26 @@ namespace NUC_KERNEL_NAMESPACE {
 
 // Vectors of the GCC/Clang vector extension: each target lowers them to its
 // own registers (two SSE2 or NEON halves, one AVX2 register).
-typedef float v4f __attribute__((vector_size(16)));
-typedef double v4d __attribute__((vector_size(32)));
-typedef i32 v4i __attribute__((vector_size(16)));
-typedef float v8f __attribute__((vector_size(32)));
-typedef i32 v8i __attribute__((vector_size(32)));
-typedef u32 v8u __attribute__((vector_size(32)));
-typedef u16 v8s __attribute__((vector_size(16)));
+// As many lanes as the target's registers hold: vectors wider than the
+// registers are split by the compiler, often badly.
+#if defined(__AVX2__)
+constexpr int Lanes = 8;
+#define NUC_LOW_HALF(v) __builtin_shufflevector(v, v, 0, 1, 2, 3)
+#define NUC_HIGH_HALF(v) __builtin_shufflevector(v, v, 4, 5, 6, 7)
+#define NUC_JOIN(a, b) __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7)
+#else
+constexpr int Lanes = 4;
+#define NUC_LOW_HALF(v) __builtin_shufflevector(v, v, 0, 1)
+#define NUC_HIGH_HALF(v) __builtin_shufflevector(v, v, 2, 3)
+#define NUC_JOIN(a, b) __builtin_shufflevector(a, b, 0, 1, 2, 3)
+#endif
+typedef float vf __attribute__((vector_size(4 * Lanes)));
+typedef i32 vi __attribute__((vector_size(4 * Lanes)));
+typedef u32 vu __attribute__((vector_size(4 * Lanes)));
+typedef u16 vs __attribute__((vector_size(2 * Lanes)));
+typedef u8 vb __attribute__((vector_size(Lanes)));
+typedef double vhd __attribute__((vector_size(4 * Lanes))); // half the lanes
+typedef i32 vhi __attribute__((vector_size(2 * Lanes)));
 
 template <typename V, typename T> static inline __attribute__((always_inline)) V load(const T* from)
 {
@@ -104,19 +117,17 @@ accumulateRgb32(const u8* __restrict quotients, u8* __restrict remainders, float
     }
 }
 
-typedef u8 v8b __attribute__((vector_size(8)));
-
 template <typename Sample> struct SampleVector;
 template <> struct SampleVector<u16>
 {
-    typedef v8s type;
+    typedef vs type;
 };
 template <> struct SampleVector<u8>
 {
-    typedef v8b type;
+    typedef vb type;
 };
 
-// Eight pixels per step with the fix-up written as lane masks; the scalar loop
+// Lanes pixels per step with the fix-up written as lane masks; the scalar loop
 // above finishes the last few.
 template <int Mode, typename Sample, typename Quotient, bool StoreQuotient>
 static inline __attribute__((always_inline)) void
@@ -124,31 +135,31 @@ accumulate8Wide(Quotient* __restrict quotients, Sample* __restrict remainders,
                 float* __restrict mean, const Sample* __restrict samples, size pixels, i32 n)
 {
     typedef typename SampleVector<Sample>::type narrow;
-    const v8i none = {0, 0, 0, 0, 0, 0, 0, 0};
-    const v8i n8 = none + n;
-    const v8i previous = none + (n - Mode);
-    const v8f nf = __builtin_convertvector(n8, v8f);
+    const vi none = {};
+    const vi nv = none + n;
+    const vi previous = none + (n - Mode);
+    const vf nf = __builtin_convertvector(nv, vf);
     size i = 0;
-    for (; i + 8 <= pixels; i += 8) {
-        const v8i r = __builtin_convertvector(load<narrow>(remainders + i), v8i);
-        const v8i q = __builtin_convertvector(load<narrow>(quotients + i), v8i);
-        const v8i p = __builtin_convertvector(load<narrow>(samples + i), v8i);
-        const v8i total = Mode == 1 ? r + q * previous + p : r + q * previous - p;
-        const v8f m = __builtin_convertvector(total, v8f) / nf;
+    for (; i + Lanes <= pixels; i += Lanes) {
+        const vi r = __builtin_convertvector(load<narrow>(remainders + i), vi);
+        const vi q = __builtin_convertvector(load<narrow>(quotients + i), vi);
+        const vi p = __builtin_convertvector(load<narrow>(samples + i), vi);
+        const vi total = Mode == 1 ? r + q * previous + p : r + q * previous - p;
+        const vf m = __builtin_convertvector(total, vf) / nf;
         store(mean + i, m);
-        v8i k = __builtin_convertvector(m, v8i);
-        v8i rest = total - k * n8;
-        v8i low, high; // -1 where the quotient is one too high / too low
+        vi k = __builtin_convertvector(m, vi);
+        vi rest = total - k * nv;
+        vi low, high; // -1 where the quotient is one too high / too low
         if constexpr (Mode == 1) {
             low = rest < 0;
-            high = rest >= n8;
+            high = rest >= nv;
         } else {
-            const v8i negative = total < 0;
-            low = (negative & (rest <= -n8)) | (~negative & (rest < 0));
-            high = (negative & (rest > 0)) | (~negative & (rest >= n8));
+            const vi negative = total < 0;
+            low = (negative & (rest <= -nv)) | (~negative & (rest < 0));
+            high = (negative & (rest > 0)) | (~negative & (rest >= nv));
         }
         k += low - high;
-        rest += (low & n8) - (high & n8);
+        rest += (low & nv) - (high & nv);
         store(remainders + i, __builtin_convertvector(rest, narrow));
         if constexpr (StoreQuotient)
             store(quotients + i, __builtin_convertvector(k, narrow));
@@ -216,44 +227,44 @@ void darkMap16(float* __restrict map, const float* __restrict mean, size pixels,
 // two (minStep, a sum of two biased exponents; 2^(minStep - 277)), and no
 // partial sum exceeds head * 2^(maxExponent - 126). When that bound stays
 // within the 53 bits of a double above the smallest step, every partial sum is
-// exact, so the eight lane sums add up to the plain index-order sum.
+// exact, so the lane sums add up to the plain index-order sum.
 template <typename DarkBlock, typename DarkOne>
 static inline __attribute__((always_inline)) void
 subtractAndGather(float* __restrict mean, size pixels, SumFacts* facts, DarkBlock darkBlock,
                   DarkOne darkOne)
 {
-    v4d sumLow = {0, 0, 0, 0}, sumHigh = {0, 0, 0, 0};
+    vhd sumLow = {}, sumHigh = {};
     // Signed lanes throughout: SSE2 has signed comparisons only.
-    const v8i none = {0, 0, 0, 0, 0, 0, 0, 0};
-    v8i maxExponent = none;
-    v8i minStep = none + 0x7fffffff;
-    v8i special = none;
+    const vi none = {};
+    vi maxExponent = none;
+    vi minStep = none + 0x7fffffff;
+    vi special = none;
     size i = 0;
-    for (; i + 8 <= pixels; i += 8) {
-        const v8f v = load<v8f>(mean + i) - darkBlock(i);
+    for (; i + Lanes <= pixels; i += Lanes) {
+        const vf v = load<vf>(mean + i) - darkBlock(i);
         store(mean + i, v);
-        sumLow += __builtin_convertvector(__builtin_shufflevector(v, v, 0, 1, 2, 3), v4d);
-        sumHigh += __builtin_convertvector(__builtin_shufflevector(v, v, 4, 5, 6, 7), v4d);
+        sumLow += __builtin_convertvector(NUC_LOW_HALF(v), vhd);
+        sumHigh += __builtin_convertvector(NUC_HIGH_HALF(v), vhd);
 
-        const v8i bits = (v8i)v;
-        const v8i exponent = (bits >> 23) & 0xff;
-        const v8i mantissa = bits & 0x7fffff;
+        const vi bits = (vi)v;
+        const vi exponent = (bits >> 23) & 0xff;
+        const vi mantissa = bits & 0x7fffff;
         // Subnormals and NaN/infinity leave the fast sum; zero is neutral.
         special |= (exponent == 0xff) | ((exponent == 0) & (mantissa != 0));
         maxExponent = exponent > maxExponent ? exponent : maxExponent;
         // Lowest set bit of the full significand, as a power of two whose own
         // exponent field tells its position.
-        const v8i significand = mantissa | 0x800000;
-        const v8i lowBit = (v8i) __builtin_convertvector(significand & -significand, v8f);
+        const vi significand = mantissa | 0x800000;
+        const vi lowBit = (vi) __builtin_convertvector(significand & -significand, vf);
         // Zero (exponent 0) gets the largest step and so never decides.
-        const v8i step = exponent == 0 ? none + 0x7fffffff : exponent + ((lowBit >> 23) & 0xff);
+        const vi step = exponent == 0 ? none + 0x7fffffff : exponent + ((lowBit >> 23) & 0xff);
         minStep = step < minStep ? step : minStep;
     }
     double sum = 0.0;
-    for (int l = 0; l < 4; ++l)
+    for (int l = 0; l < Lanes / 2; ++l)
         sum += sumLow[l] + sumHigh[l];
     i32 maxAll = 0, minAll = 0x7fffffff, specialAll = 0;
-    for (int l = 0; l < 8; ++l) {
+    for (int l = 0; l < Lanes; ++l) {
         maxAll = maxExponent[l] > maxAll ? maxExponent[l] : maxAll;
         minAll = minStep[l] < minAll ? minStep[l] : minAll;
         specialAll |= special[l];
@@ -271,7 +282,7 @@ void subtractDark(float* __restrict mean, const float* __restrict dark, size pix
                   SumFacts* facts)
 {
     subtractAndGather(
-        mean, pixels, facts, [dark](size i) { return load<v8f>(dark + i); },
+        mean, pixels, facts, [dark](size i) { return load<vf>(dark + i); },
         [dark](size i) { return dark[i]; });
 }
 
@@ -281,17 +292,17 @@ void darkMap16Subtract(float* __restrict map, const float* __restrict darkMean,
                        float* __restrict mean, size pixels, float s, float o, i32 levels,
                        SumFacts* facts)
 {
-    const v8i none = {0, 0, 0, 0, 0, 0, 0, 0};
-    const v8f zero = {0, 0, 0, 0, 0, 0, 0, 0};
-    const v8f s8 = zero + s, o8 = zero + o;
-    const v8i top = none + (levels - 1);
+    const vi none = {};
+    const vf zero = {};
+    const vf s8 = zero + s, o8 = zero + o;
+    const vi top = none + (levels - 1);
     subtractAndGather(
         mean, pixels, facts,
         [=](size i) {
-            v8i v = __builtin_convertvector((load<v8f>(darkMean + i) - o8) / s8, v8i);
+            vi v = __builtin_convertvector((load<vf>(darkMean + i) - o8) / s8, vi);
             v = v < 0 ? none : v;
             v = v > top ? top : v;
-            const v8f d = __builtin_convertvector(v, v8f) * s8;
+            const vf d = __builtin_convertvector(v, vf) * s8;
             store(map + i, d);
             return d;
         },
@@ -342,42 +353,38 @@ static inline __attribute__((always_inline)) u32
 packWords(u16* __restrict out, const float* __restrict dark, size pixels, float step, i32 scale,
           i32 levels, GainBlock gainBlock, GainOne gainOne)
 {
-    const v4d one = {1, 1, 1, 1}, zero4 = {0, 0, 0, 0};
-    const v4d scale4 = {double(scale), double(scale), double(scale), double(scale)};
-    const v4d top4 = scale4 - one;
-    const v8f zero8 = {0, 0, 0, 0, 0, 0, 0, 0};
+    const vhd zero4 = {}, one = zero4 + 1.0;
+    const vhd scale4 = zero4 + double(scale);
+    const vhd top4 = scale4 - one;
+    const vf zero8 = {};
     const float topO = float(levels - 1);
-    const v8f top8 = {topO, topO, topO, topO, topO, topO, topO, topO};
-    const v8f step8 = {step, step, step, step, step, step, step, step};
-    v8u sums = {0, 0, 0, 0, 0, 0, 0, 0};
+    const vf top8 = zero8 + topO;
+    const vf step8 = zero8 + step;
+    vu sums = {};
     size i = 0;
-    for (; i + 8 <= pixels; i += 8) {
-        const v8f gain = gainBlock(i);
-        v4d g0 =
-            (__builtin_convertvector(__builtin_shufflevector(gain, gain, 0, 1, 2, 3), v4d) - one) *
-            scale4;
-        v4d g1 =
-            (__builtin_convertvector(__builtin_shufflevector(gain, gain, 4, 5, 6, 7), v4d) - one) *
-            scale4;
+    for (; i + Lanes <= pixels; i += Lanes) {
+        const vf gain = gainBlock(i);
+        vhd g0 = (__builtin_convertvector(NUC_LOW_HALF(gain), vhd) - one) * scale4;
+        vhd g1 = (__builtin_convertvector(NUC_HIGH_HALF(gain), vhd) - one) * scale4;
         g0 = g0 > zero4 ? g0 : zero4;
         g1 = g1 > zero4 ? g1 : zero4;
         g0 = g0 < top4 ? g0 : top4;
         g1 = g1 < top4 ? g1 : top4;
-        const v4i G0 = __builtin_convertvector(g0, v4i);
-        const v4i G1 = __builtin_convertvector(g1, v4i);
-        const v8i G = __builtin_shufflevector(G0, G1, 0, 1, 2, 3, 4, 5, 6, 7);
+        const vhi G0 = __builtin_convertvector(g0, vhi);
+        const vhi G1 = __builtin_convertvector(g1, vhi);
+        const vi G = NUC_JOIN(G0, G1);
 
-        const v8f d = load<v8f>(dark + i);
-        v8f o = SixteenBit ? d / step8 : step8 * d;
+        const vf d = load<vf>(dark + i);
+        vf o = SixteenBit ? d / step8 : step8 * d;
         o = o > zero8 ? o : zero8;
         o = o < top8 ? o : top8;
-        const v8u w = (v8u)G | ((v8u) __builtin_convertvector(o, v8i) << 10);
-        store(out + i, __builtin_convertvector(w, v8s));
+        const vu w = (vu)G | ((vu) __builtin_convertvector(o, vi) << 10);
+        store(out + i, __builtin_convertvector(w, vs));
         sums += w;
     }
     // Lanes alternate between the low and the high half of a 32-bit word.
     u32 sum = 0;
-    for (int l = 0; l < 8; l += 2)
+    for (int l = 0; l < Lanes; l += 2)
         sum += sums[l] + (sums[l + 1] << 16);
     for (; i < pixels; ++i) {
         const u32 w = word(gainOne(i), dark[i], step, scale, levels, SixteenBit);
@@ -392,7 +399,7 @@ packWords(u16* __restrict out, const float* __restrict dark, size pixels, float 
 u32 pack(u16* __restrict out, const float* __restrict dark, const float* __restrict gain,
          size pixels, float step, i32 scale, i32 levels, bool sixteenBit)
 {
-    auto block = [gain](size i) { return load<v8f>(gain + i); };
+    auto block = [gain](size i) { return load<vf>(gain + i); };
     auto one = [gain](size i) { return gain[i]; };
     return sixteenBit ? packWords<true>(out, dark, pixels, step, scale, levels, block, one)
                       : packWords<false>(out, dark, pixels, step, scale, levels, block, one);
@@ -403,11 +410,11 @@ u32 gainPack(float* __restrict map, u16* __restrict out, const float* __restrict
              const float* __restrict dark, size pixels, float target, float step, i32 scale,
              i32 levels, bool sixteenBit)
 {
-    const v8f zero = {0, 0, 0, 0, 0, 0, 0, 0};
-    const v8f target8 = zero + target, one8 = zero + 1.0f, two8 = zero + 2.0f;
+    const vf zero = {};
+    const vf target8 = zero + target, one8 = zero + 1.0f, two8 = zero + 2.0f;
     auto block = [=](size i) {
-        const v8f m = load<v8f>(mean + i);
-        v8f g = target8 / m;
+        const vf m = load<vf>(mean + i);
+        vf g = target8 / m;
         g = g < one8 ? one8 : g;
         g = g > two8 ? two8 : g;
         g = m == zero ? two8 : g;

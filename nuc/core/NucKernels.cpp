@@ -6,6 +6,9 @@ namespace generic {
 extern const KernelSet set;
 }
 #if defined(__x86_64__)
+namespace sse41 {
+extern const KernelSet set;
+}
 namespace avx2 {
 extern const KernelSet set;
 }
@@ -15,13 +18,15 @@ namespace {
 
 struct Variants
 {
-    const KernelSet* sets[2] = {&generic::set, nullptr};
+    const KernelSet* sets[3] = {&generic::set, nullptr, nullptr};
     int count = 1;
 
     Variants()
     {
 #if defined(__x86_64__)
         __builtin_cpu_init();
+        if (__builtin_cpu_supports("sse4.1"))
+            sets[count++] = &sse41::set;
         if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"))
             sets[count++] = &avx2::set;
 #endif

@@ -2,9 +2,10 @@
 
 // The per-pixel work of the NUC core: accumulating a series, deriving the
 // offset and gain maps, packing map words. Each loop exists as a plain scalar
-// loop (the definition) and as vectorised variants compiled for a baseline and,
-// on x86-64, for AVX2, picked at run time so one build runs on any x86-64 or
-// 64-bit ARM machine. All variants give bit for bit the plain result.
+// loop (the definition) and as vectorised variants compiled for the
+// architecture's baseline and, on x86-64, for SSE4.1 and for AVX2+FMA, picked
+// at run time so one build runs on any x86-64 or 64-bit ARM machine. All
+// variants give bit for bit the plain result.
 //
 // This header includes nothing, so the per-instruction-set translation units
 // that include it pull in no inline library code.
@@ -24,8 +25,8 @@ constexpr i32 FastCountLimit = 32766;
 // What subtractDark learns about the values it writes.
 struct SumFacts
 {
-    double laneSum = 0.0;      // sum of the first head values in eight lanes
-    size head = 0;             // values covered by laneSum (a multiple of eight)
+    double laneSum = 0.0;      // sum of the first head values, lane by lane
+    size head = 0;             // values covered by laneSum (whole vectors)
     u32 maxExponent = 0;       // largest biased float exponent among them
     u32 minStep = 0xffffffffu; // smallest biased exponent sum of a lowest set bit
     bool special = false;      // a NaN, infinity or subnormal among them

@@ -90,7 +90,10 @@ bool loadPlanned(NucImageInput& input, const QList<PlannedImage>& plan, bool qui
         if (entry.repeated)
             continue;
         NucImageInput::Message message;
-        if (!input.addLoadedImage(entry.path, prefetcher.next(), entry.which, &message)) {
+        QImage image = prefetcher.next();
+        const bool added = input.addLoadedImage(entry.path, image, entry.which, &message);
+        prefetcher.recycle(std::move(image));
+        if (!added) {
             cliErr() << message.text << '\n' << Qt::flush;
             return false;
         }

@@ -2,6 +2,7 @@
 
 #include "NucImageInput.h"
 
+#include <QImageReader>
 #include <QThread>
 
 ImagePrefetcher::ImagePrefetcher(const QStringList& paths, int decoders, int capacity)
@@ -39,12 +40,37 @@ void ImagePrefetcher::work()
             return;
         ++slotsInUse;
         const int index = claimed++;
+        QImage image;
+        if (!spare.empty()) {
+            image = std::move(spare.back());
+            spare.pop_back();
+        }
         lock.unlock();
-        QImage image = NucImageInput::loadImage(paths[index]);
+        // As NucImageInput::loadImage, but into the buffer of an image the
+        // caller is done with when one is there.
+        QImageReader reader(paths[index]);
+        if (!reader.read(&image))
+            image = QImage();
+        else if (image.format() == QImage::Format_Grayscale8)
+            image = NucImageInput::toIndexedGrey(image);
         lock.lock();
         decoded.emplace(index, std::move(image));
         changed.notify_all();
     }
+}
+
+void ImagePrefetcher::recycle(QImage image)
+{
+    std::lock_guard<std::mutex> lock(mutex);
+    // Only an image whose slot is still held may come back, or the spares
+    // would add to the images the slots allow.
+    if (holding && !image.isNull())
+        spare.push_back(std::move(image));
+    if (holding) {
+        holding = false;
+        --slotsInUse;
+    }
+    changed.notify_all();
 }
 
 QImage ImagePrefetcher::next()

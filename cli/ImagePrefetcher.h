@@ -30,8 +30,15 @@ public:
 
     // The image of the next path in order, waiting for it if need be; a null
     // image when the file could not be loaded. The caller must have dropped
-    // the image of the previous call, whose slot this call gives back.
+    // the image of the previous call or handed it back with recycle(); this
+    // call gives back its slot.
     QImage next();
+
+    // Hands back the image of the last next() once the caller is done with
+    // it, so that a later file is decoded into the same memory instead of
+    // fresh pages. Harmless when the caller still shares it: the decoder then
+    // gets a copy-on-write detach instead.
+    void recycle(QImage image);
 
     // Default worker count: the processor's threads, at least one.
     static int defaultDecoders();
@@ -44,6 +51,7 @@ private:
     std::mutex mutex;
     std::condition_variable changed;
     std::map<int, QImage> decoded; // finished, not yet taken
+    std::vector<QImage> spare;     // buffers of taken images, to decode into
     int claimed = 0;               // paths handed to workers so far
     int taken = 0;                 // images handed to the caller so far
     int slotsInUse = 0;

@@ -1,9 +1,10 @@
 #include "GenerateCommand.h"
 
 #include "CliCommand.h"
+#include "ImagePrefetcher.h"
 #include "NucImageInput.h"
 #include "NucMapFile.h"
-#include "NucMapPacking.h"
+#include "NucMapGeneration.h"
 #include "NucTargets.h"
 
 #include <QCommandLineParser>
@@ -11,6 +12,10 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QTextStream>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -36,31 +41,62 @@ QStringList expandPaths(const QStringList& paths)
     return files;
 }
 
-// Loads one series; a repeated path is skipped as the panel's list skips it.
-bool loadSeries(NucImageInput& input, const QStringList& files, int which, bool quiet)
+// One line of the loading plan: a file of a series, or a repeated path that
+// is skipped as the panel's list skips it.
+struct PlannedImage
 {
-    const QString name = which == NucImageInput::Dark ? tr("dark") : tr("bright");
+    QString path;
+    int which;
+    int position; // 1-based within its series
+    int total;
+    bool repeated;
+};
+
+void planSeries(QList<PlannedImage>& plan, const QStringList& files, int which)
+{
     QStringList added;
     for (int i = 0; i < files.size(); ++i) {
-        const QString& path = files[i];
-        const bool repeated = added.contains(path);
+        const bool repeated = added.contains(files[i]);
+        plan.append({files[i], which, i + 1, int(files.size()), repeated});
+        if (!repeated)
+            added << files[i];
+    }
+}
+
+// Folds the planned images into the series in plan order while the following
+// ones are being decoded on the other processor threads.
+bool loadPlanned(NucImageInput& input, const QList<PlannedImage>& plan, bool quiet)
+{
+    QStringList decodeOrder;
+    for (const PlannedImage& entry : plan)
+        if (!entry.repeated)
+            decodeOrder << entry.path;
+    // One slot per worker plus the image being added: enough to keep every
+    // thread busy, few enough to bound the memory.
+    const int decoders = ImagePrefetcher::defaultDecoders();
+    ImagePrefetcher prefetcher(decodeOrder, decoders, decoders + 1);
+
+    for (const PlannedImage& entry : plan) {
+        const QString name = entry.which == NucImageInput::Dark ? tr("dark") : tr("bright");
         if (!quiet)
-            cliErr() << (repeated ? tr("Skipping repeated %1 image %2 of %3: %4")
-                                  : tr("Loading %1 image %2 of %3: %4"))
+            cliErr() << (entry.repeated ? tr("Skipping repeated %1 image %2 of %3: %4")
+                                        : tr("Loading %1 image %2 of %3: %4"))
                             .arg(name)
-                            .arg(i + 1)
-                            .arg(files.size())
-                            .arg(path)
+                            .arg(entry.position)
+                            .arg(entry.total)
+                            .arg(entry.path)
                      << '\n'
                      << Qt::flush;
-        if (repeated)
+        if (entry.repeated)
             continue;
         NucImageInput::Message message;
-        if (!input.loadImagefromFile(path, which, &message)) {
+        QImage image = prefetcher.next();
+        const bool added = input.addLoadedImage(entry.path, image, entry.which, &message);
+        prefetcher.recycle(std::move(image));
+        if (!added) {
             cliErr() << message.text << '\n' << Qt::flush;
             return false;
         }
-        added << path;
     }
     return true;
 }
@@ -69,6 +105,13 @@ bool loadSeries(NucImageInput& input, const QStringList& files, int which, bool 
 
 int runGenerateCommand(const QStringList& arguments)
 {
+#if defined(__GLIBC__)
+    // Frames and maps are tens of megabytes each. A fixed threshold keeps every
+    // such block in its own mapping, returned to the system when freed;
+    // glibc's sliding threshold would otherwise move them into the heap
+    // arenas of the decoding threads, which keep freed blocks resident.
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+#endif
     QCommandLineParser parser;
     parser.setApplicationDescription(
         tr("Makes a shading map from dark images (lens cap on) and bright images (evenly lit "
@@ -119,25 +162,50 @@ int runGenerateCommand(const QStringList& arguments)
     // Dark images first, then bright ones, as an operator would add them; the
     // depth starts open, as in the panel after a camera was opened.
     NucImageInput input;
-    if (!loadSeries(input, expandPaths(parser.values(dark)), NucImageInput::Dark, silent) ||
-        !loadSeries(input, expandPaths(parser.values(bright)), NucImageInput::Bright, silent))
+    QList<PlannedImage> plan;
+    planSeries(plan, expandPaths(parser.values(dark)), NucImageInput::Dark);
+    planSeries(plan, expandPaths(parser.values(bright)), NucImageInput::Bright);
+    if (!loadPlanned(input, plan, silent))
         return ExitFailed;
 
     NucImageInput::Message message;
-    if (!input.generateMap(targetGain, targetOffset, &message)) {
+    if (!input.canGenerate(&message)) {
         cliErr() << message.text << '\n' << Qt::flush;
         return ExitFailed;
     }
+    const bool sixteenBit = input.darkMean.format() == QImage::Format_Grayscale16;
+    // No image is added any more: the remainders and mean images are not
+    // needed for the map, and dropping them first keeps the peak memory down.
+    input.darkMean = input.brightMean = QImage();
+    for (NUShadingParams* series : {&input.darkParams, &input.brightParams}) {
+        series->remainder8.reset();
+        series->remainder16.reset();
+    }
 
     // A camera with map entries or user maps takes the words unswapped.
-    const QVector<quint16> words =
-        NucMapPacking::packedMap(input.darkParams, input.brightParams, input.bitDepth, false);
     const quint32 w = input.brightParams.width;
     const quint32 h = input.brightParams.height;
     const QString target = parser.isSet(output) ? parser.value(output) : parser.value(userMap);
-    const QList<QByteArray> pieces =
-        parser.isSet(output) ? QList<QByteArray>{NucMapFile::binFile(quint32(id), w, h, words)}
-                             : NucMapFile::userMapFileParts(w, h, words);
+    QList<QByteArray> pieces;
+    bool generated = false;
+    if (parser.isSet(output)) {
+        QByteArray file;
+        generated = NucMapGeneration::generateBinFile(input.darkParams, input.brightParams,
+                                                      targetGain, targetOffset, sixteenBit,
+                                                      input.bitDepth, quint32(id), &file);
+        pieces << file;
+    } else {
+        generated = NucMapGeneration::generate(input.darkParams, input.brightParams, targetGain,
+                                               targetOffset, sixteenBit);
+        if (generated)
+            pieces = NucMapFile::userMapFileParts(
+                w, h,
+                NucMapGeneration::packedMap(input.darkParams, input.brightParams, input.bitDepth));
+    }
+    if (!generated) {
+        cliErr() << NucImageInput::generationFailedText() << '\n' << Qt::flush;
+        return ExitFailed;
+    }
     QString error;
     if (NucMapFile::save(target, pieces, &error) != NucMapFile::SaveResult::Saved) {
         cliErr() << tr("%1: cannot write: %2").arg(target, error) << '\n' << Qt::flush;

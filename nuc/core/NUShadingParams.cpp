@@ -1,6 +1,8 @@
 #include "NUShadingParams.h"
 
-#include <cmath>
+#include "NucKernels.h"
+#include "NucLargeBuffer.h"
+
 #include <new>
 
 NUShadingParams::NUShadingParams() = default;
@@ -62,11 +64,13 @@ NUShadingParams::Step NUShadingParams::prepare(const QImage& meanImage, const QI
 
     count = newCount;
     if (!meanBuffer) {
-        meanBuffer.reset(new (std::nothrow) float[n]());
+        // The mean is written in full by the first update; the remainder is
+        // read by it and so starts at zero.
+        meanBuffer.reset(NucLargeBuffer::allocate<float>(size_t(n), false));
         if (sampleBytes == 1)
-            remainder8.reset(new (std::nothrow) quint8[n]());
+            remainder8.reset(NucLargeBuffer::allocate<quint8>(size_t(n), true));
         else
-            remainder16.reset(new (std::nothrow) quint16[n]());
+            remainder16.reset(NucLargeBuffer::allocate<quint16>(size_t(n), true));
         if (!meanBuffer || !(remainder8 || remainder16)) {
             meanBuffer.reset();
             remainder8.reset();
@@ -93,32 +97,13 @@ bool NUShadingParams::update8bit(QImage& meanImage, QImage& image, int mode)
 
     // The quotient is read from the mean image but never written back: the
     // 8-bit mean image keeps the content the caller seeded it with.
-    const quint32 pixels = pixelCount();
-    const qint32 n = qint32(count);
-    const qint32 previous = n - mode;
     const quint8* quotients = meanImage.constBits();
-    const uchar* src = image.constBits();
-    quint8* rem = remainder8.get();
-    float* mean = meanBuffer.get();
-
-    if (image.format() == QImage::Format_RGB32) {
-        for (quint32 i = 0; i < pixels; ++i) {
-            const uchar* px = src + 4 * i;
-            const qint32 p = qint32(float(px[0] + px[1] + px[2]) / 3.0f);
-            const qint32 total = qint32(rem[i]) + qint32(quotients[i]) * previous + p * mode;
-            mean[i] = float(total) / float(n);
-            const qint32 quotient = total / n;
-            rem[i] = quint8(total - quotient * n);
-        }
-    } else {
-        for (quint32 i = 0; i < pixels; ++i) {
-            const qint32 total =
-                qint32(rem[i]) + qint32(quotients[i]) * previous + qint32(src[i]) * mode;
-            mean[i] = float(total) / float(n);
-            const qint32 quotient = total / n;
-            rem[i] = quint8(total - quotient * n);
-        }
-    }
+    if (image.format() == QImage::Format_RGB32)
+        NucKernels::accumulateRgb32(quotients, remainder8.get(), meanBuffer.get(),
+                                    image.constBits(), pixelCount(), qint32(count), mode);
+    else
+        NucKernels::accumulate8(quotients, remainder8.get(), meanBuffer.get(), image.constBits(),
+                                pixelCount(), qint32(count), mode);
     return true;
 }
 
@@ -137,22 +122,9 @@ bool NUShadingParams::update16bit(QImage& meanImage, QImage& image, int mode)
         break;
     }
 
-    const quint32 pixels = pixelCount();
-    const qint32 n = qint32(count);
-    const qint32 previous = n - mode;
-    quint16* quotients = reinterpret_cast<quint16*>(meanImage.bits());
-    const quint16* src = reinterpret_cast<const quint16*>(image.constBits());
-    quint16* rem = remainder16.get();
-    float* mean = meanBuffer.get();
-
-    for (quint32 i = 0; i < pixels; ++i) {
-        const qint32 total =
-            qint32(rem[i]) + qint32(quotients[i]) * previous + qint32(src[i]) * mode;
-        mean[i] = float(total) / float(n);
-        const qint32 quotient = total / n;
-        rem[i] = quint16(total - quotient * n);
-        quotients[i] = quint16(quotient);
-    }
+    NucKernels::accumulate16(reinterpret_cast<quint16*>(meanImage.bits()), remainder16.get(),
+                             meanBuffer.get(), reinterpret_cast<const quint16*>(image.constBits()),
+                             pixelCount(), qint32(count), mode);
     return true;
 }
 
@@ -175,48 +147,35 @@ void NUShadingParams::updateTargetParam(float gain, unsigned short offset)
 
 void NUShadingParams::makeNUCDark()
 {
-    map.reset();
-    if (!meanBuffer || width == 0 || height == 0)
+    if (!meanBuffer || width == 0 || height == 0) {
+        map.reset();
         return;
+    }
     const quint32 pixels = pixelCount();
-    map.reset(new (std::nothrow) float[pixels]());
-    if (!map)
+    // Every element is written below, so the map is neither zero-filled nor
+    // fresh: a previous map's memory is used again when it is large enough.
+    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
         return;
 
-    const float s = float(offsetStep);
-    const float o = float(targetOffset);
-    const qint32 levels = qint32(offsetLevels);
-    for (quint32 i = 0; i < pixels; ++i) {
-        // One rounding for step * mean - offset, as the camera's tooling does.
-        qint32 v = qint32(std::fma(s, meanBuffer[i], -o));
-        v = qMax(v, 0);
-        if (v >= levels)
-            v = levels - 1;
-        // Nearly saturated dark pixels are left uncorrected on purpose.
-        map[i] = meanBuffer[i] > 200.0f ? 0.0f : float(v) / s;
-    }
+    // One rounding for step * mean - offset, as the camera's tooling does;
+    // nearly saturated dark pixels (above 200) are left uncorrected on purpose.
+    NucKernels::best().darkMap8(map.get(), meanBuffer.get(), pixels, float(offsetStep),
+                                float(targetOffset), qint32(offsetLevels));
 }
 
 void NUShadingParams::makeNUCDark16()
 {
-    map.reset();
-    if (!meanBuffer || width == 0 || height == 0)
+    if (!meanBuffer || width == 0 || height == 0) {
+        map.reset();
         return;
+    }
     const quint32 pixels = pixelCount();
-    map.reset(new (std::nothrow) float[pixels]());
-    if (!map)
+    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
         return;
 
     const float s = float(offsetStep);
-    const float o = float(targetOffset) * s;
-    const qint32 levels = qint32(offsetLevels);
-    for (quint32 i = 0; i < pixels; ++i) {
-        qint32 v = qint32((meanBuffer[i] - o) / s);
-        v = qMax(v, 0);
-        if (v >= levels)
-            v = levels - 1;
-        map[i] = float(v) * s;
-    }
+    NucKernels::best().darkMap16(map.get(), meanBuffer.get(), pixels, s, float(targetOffset) * s,
+                                 qint32(offsetLevels));
 }
 
 bool NUShadingParams::makeNUCBright(float* darkMap)
@@ -226,29 +185,17 @@ bool NUShadingParams::makeNUCBright(float* darkMap)
     const quint32 pixels = pixelCount();
 
     // In place, so the bright mean stays reduced by the dark map afterwards;
-    // a second generation subtracts it again.
-    for (quint32 i = 0; i < pixels; ++i)
-        meanBuffer[i] -= darkMap[i];
+    // a second generation subtracts it again. The sum is the one mean() would
+    // take afterwards, gathered in the same pass.
+    const NucKernels::KernelSet& kernels = NucKernels::best();
+    const double sum = NucKernels::subtractDarkAndSum(kernels, meanBuffer.get(), darkMap, pixels);
+    const float target = float(sum / qint32(pixels)) * targetGain;
 
-    const float target = mean() * targetGain;
-    map.reset(new (std::nothrow) float[pixels]());
-    if (!map)
+    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
         return false;
-
-    for (quint32 i = 0; i < pixels; ++i) {
-        const float m = meanBuffer[i];
-        if (m == 0.0f) {
-            map[i] = 2.0f;
-            continue;
-        }
-        float g = target / m;
-        // The correction only brightens; NaN passes through unchanged.
-        if (g < 1.0f)
-            g = 1.0f;
-        else if (g > 2.0f)
-            g = 2.0f;
-        map[i] = g;
-    }
+    // The correction only brightens: gains below 1 become 1, above 2 become 2,
+    // a zero mean gets 2, and NaN passes through unchanged.
+    kernels.gainMap(map.get(), meanBuffer.get(), pixels, target);
     return true;
 }
 

@@ -38,13 +38,17 @@ QImage* NucImageInput::meanImage(int which)
 
 bool NucImageInput::loadImagefromFile(const QString& path, int which, Message* message)
 {
+    return addLoadedImage(path, loadImage(path), which, message);
+}
+
+bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which, Message* message)
+{
     auto refuse = [message](Message::Kind kind, const QString& text) {
         if (message)
             *message = {kind, text};
         return false;
     };
 
-    QImage image = loadImage(path);
     if (image.isNull())
         return refuse(Message::Critical, path + tr(": failed!"));
     const QImage::Format format = image.format();

@@ -43,6 +43,9 @@ public:
     // Checks one file against the fixed size and depth and folds it into series
     // which. On refusal returns false and describes why in message.
     bool loadImagefromFile(const QString& path, int which, Message* message = nullptr);
+    // The same for an image already loaded from path with loadImage(), so that
+    // decoding can happen elsewhere (a null image stands for a failed load).
+    bool addLoadedImage(const QString& path, QImage image, int which, Message* message = nullptr);
 
     // Takes a file out of series which again; a file that no longer loads or no
     // longer has the fixed size is left alone.

@@ -1,0 +1,97 @@
+#include "BenchSupport.h"
+#include "NucImageInput.h"
+#include "NucMapFile.h"
+#include "NucMapGeneration.h"
+#include "NucMapPacking.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+// generate_pack_12mp: one 4096 x 3000 map from a 16-bit dark and bright
+// series, packed and encoded as a .bin file, the way orvex-nuc does it;
+// interleaved with the step-by-step calls of the panel for comparison.
+int runGeneratePack(int rounds)
+{
+    const QStringList dark = Bench::rawFrames(2, true);
+    const QStringList bright = Bench::rawFrames(2, false);
+    if (dark.size() != 2 || bright.size() != 2)
+        return 1;
+    NucImageInput input;
+    for (int i = 0; i < 2; ++i) {
+        Bench::MappedFile d(dark[i]), b(bright[i]);
+        if (!input.addLoadedImage(dark[i], d.grey16(), NucImageInput::Dark) ||
+            !input.addLoadedImage(bright[i], b.grey16(), NucImageInput::Bright))
+            return 1;
+    }
+    // Generation subtracts the dark map from the bright mean in place; each
+    // round starts again from the same mean.
+    const size_t pixels = size_t(Bench::Pixels);
+    std::vector<float> brightMean(input.brightParams.meanBuffer.get(),
+                                  input.brightParams.meanBuffer.get() + pixels);
+    auto restore = [&] {
+        std::memcpy(input.brightParams.meanBuffer.get(), brightMean.data(), pixels * 4);
+    };
+    const float gain = 1.1f;
+    const quint16 offset = 16;
+    const quint32 mapId = 8193;
+
+    auto minorFaults = [] {
+        struct rusage usage = {};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_minflt;
+    };
+    long faults = 0;
+    auto fastRound = [&](QByteArray* file) {
+        restore();
+        const long faultsBefore = minorFaults();
+        const double start = Bench::seconds();
+        const bool ok = NucMapGeneration::generateBinFile(input.darkParams, input.brightParams,
+                                                          gain, offset, true, 16, mapId, file);
+        const double elapsed = Bench::seconds() - start;
+        faults = minorFaults() - faultsBefore;
+        return ok ? elapsed : -1.0;
+    };
+    auto stepsRound = [&](QByteArray* file) {
+        restore();
+        const double start = Bench::seconds();
+        if (!input.createShadingMap(gain, offset, true))
+            return -1.0;
+        *file = NucMapFile::binFile(
+            mapId, input.brightParams.width, input.brightParams.height,
+            NucMapPacking::packedMap(input.darkParams, input.brightParams, 16, false));
+        return Bench::seconds() - start;
+    };
+
+    QByteArray fastFile, stepsFile;
+    fastRound(&fastFile);
+    stepsRound(&stepsFile);
+    if (fastFile != stepsFile || NucMapFile::wordSum(fastFile) != 0) {
+        std::fprintf(stderr,
+                     "generate_pack_12mp: the fast file differs from the step-by-step one\n");
+        return 1;
+    }
+    std::vector<double> fast, steps;
+    for (int r = 0; r < rounds; ++r) {
+        fastFile.clear();
+        stepsFile.clear();
+        fast.push_back(fastRound(&fastFile));
+        stepsFile.clear();
+        steps.push_back(stepsRound(&stepsFile));
+        if (fast.back() < 0 || steps.back() < 0)
+            return 1;
+    }
+    const double fastMs = Bench::median(fast) * 1e3;
+    const double stepsMs = Bench::median(steps) * 1e3;
+    std::fprintf(stderr,
+                 "  %d rounds: fused %.1f ms (best %.1f, %ld page faults in the last), step by "
+                 "step %.1f ms; same bytes\n",
+                 rounds, fastMs, *std::min_element(fast.begin(), fast.end()) * 1e3, faults,
+                 stepsMs);
+    Bench::printResult("generate_pack_12mp", fastMs, "ms",
+                       {QString("vs_steps=%1").arg(fastMs / stepsMs, 0, 'f', 2)});
+    return 0;
+}

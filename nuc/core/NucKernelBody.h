@@ -1,0 +1,449 @@
+// The per-pixel loops of the NUC core, written once and compiled once per
+// instruction set (NucKernelsGeneric.cpp, NucKernelsAvx2.cpp). Every loop is
+// shaped for the auto-vectoriser and gives bit for bit the result of the plain
+// loops in NucKernels.cpp.
+//
+// Deliberately includes no library header (NucKernels.h includes none either):
+// a translation unit built for a wider instruction set must not emit inline
+// library functions that the linker could then pick for the rest of the
+// program.
+//
+// Include only after defining NUC_KERNEL_NAMESPACE.
+
+#include "NucKernels.h"
+
+#ifndef NUC_KERNEL_NAMESPACE
+#error "NUC_KERNEL_NAMESPACE must name the namespace of this instruction set"
+#endif
+
+namespace NucKernels {
+namespace NUC_KERNEL_NAMESPACE {
+
+// Vectors of the GCC/Clang vector extension: each target lowers them to its
+// own registers (two SSE2 or NEON halves, one AVX2 register).
+// As many lanes as the target's registers hold: vectors wider than the
+// registers are split by the compiler, often badly.
+#if defined(__AVX2__)
+constexpr int Lanes = 8;
+#define NUC_LOW_HALF(v) __builtin_shufflevector(v, v, 0, 1, 2, 3)
+#define NUC_HIGH_HALF(v) __builtin_shufflevector(v, v, 4, 5, 6, 7)
+#define NUC_JOIN(a, b) __builtin_shufflevector(a, b, 0, 1, 2, 3, 4, 5, 6, 7)
+#else
+constexpr int Lanes = 4;
+#define NUC_LOW_HALF(v) __builtin_shufflevector(v, v, 0, 1)
+#define NUC_HIGH_HALF(v) __builtin_shufflevector(v, v, 2, 3)
+#define NUC_JOIN(a, b) __builtin_shufflevector(a, b, 0, 1, 2, 3)
+#endif
+typedef float vf __attribute__((vector_size(4 * Lanes)));
+typedef i32 vi __attribute__((vector_size(4 * Lanes)));
+typedef u32 vu __attribute__((vector_size(4 * Lanes)));
+typedef u16 vs __attribute__((vector_size(2 * Lanes)));
+typedef u8 vb __attribute__((vector_size(Lanes)));
+typedef double vhd __attribute__((vector_size(4 * Lanes))); // half the lanes
+typedef i32 vhi __attribute__((vector_size(2 * Lanes)));
+
+template <typename V, typename T> static inline __attribute__((always_inline)) V load(const T* from)
+{
+    V v;
+    __builtin_memcpy(&v, from, sizeof v);
+    return v;
+}
+
+template <typename V, typename T>
+static inline __attribute__((always_inline)) void store(T* to, V v)
+{
+    __builtin_memcpy(to, &v, sizeof v);
+}
+
+// The quotient comes from the float mean that has to be computed anyway. With
+// |total| <= 65535 * (n + 2) the true quotient is below 2^18, where the two
+// float roundings put the truncated mean at most one off; a single step fixes
+// it. Remainders carry the sign of the total, as C++ division does.
+template <int Mode, typename Sample, typename Quotient, bool StoreQuotient>
+static inline __attribute__((always_inline)) void
+accumulate(Quotient* __restrict quotients, Sample* __restrict remainders, float* __restrict mean,
+           const Sample* __restrict samples, size pixels, i32 n)
+{
+    const i32 previous = n - Mode;
+    const float nf = float(n);
+    for (size i = 0; i < pixels; ++i) {
+        const i32 total =
+            i32(remainders[i]) + i32(quotients[i]) * previous + i32(samples[i]) * Mode;
+        const float m = float(total) / nf;
+        mean[i] = m;
+        i32 k = i32(m);
+        i32 rest = total - k * n;
+        if constexpr (Mode == 1) {
+            // Totals are never negative when adding.
+            const i32 low = rest < 0 ? 1 : 0;
+            const i32 high = rest >= n ? 1 : 0;
+            k += high - low;
+            rest += (low ? n : 0) - (high ? n : 0);
+        } else {
+            const bool negative = total < 0;
+            const i32 low = (negative ? rest <= -n : rest < 0) ? 1 : 0;
+            const i32 high = (negative ? rest > 0 : rest >= n) ? 1 : 0;
+            k += high - low;
+            rest += (low ? n : 0) - (high ? n : 0);
+        }
+        remainders[i] = Sample(rest);
+        if constexpr (StoreQuotient)
+            quotients[i] = Quotient(k);
+    }
+}
+
+// The same for colour pixels: the sample is the truncated float average of the
+// first three bytes of each four.
+template <int Mode>
+static inline __attribute__((always_inline)) void
+accumulateRgb32(const u8* __restrict quotients, u8* __restrict remainders, float* __restrict mean,
+                const u8* __restrict pixels4, size pixels, i32 n)
+{
+    const i32 previous = n - Mode;
+    const float nf = float(n);
+    for (size i = 0; i < pixels; ++i) {
+        const u8* px = pixels4 + 4 * i;
+        const i32 p = i32(float(i32(px[0]) + i32(px[1]) + i32(px[2])) / 3.0f);
+        const i32 total = i32(remainders[i]) + i32(quotients[i]) * previous + p * Mode;
+        const float m = float(total) / nf;
+        mean[i] = m;
+        i32 k = i32(m);
+        i32 rest = total - k * n;
+        const bool negative = total < 0;
+        const i32 low = (negative ? rest <= -n : rest < 0) ? 1 : 0;
+        const i32 high = (negative ? rest > 0 : rest >= n) ? 1 : 0;
+        rest += (low ? n : 0) - (high ? n : 0);
+        remainders[i] = u8(rest);
+    }
+}
+
+template <typename Sample> struct SampleVector;
+template <> struct SampleVector<u16>
+{
+    typedef vs type;
+};
+template <> struct SampleVector<u8>
+{
+    typedef vb type;
+};
+
+// Lanes pixels per step with the fix-up written as lane masks; the scalar loop
+// above finishes the last few.
+template <int Mode, typename Sample, typename Quotient, bool StoreQuotient>
+static inline __attribute__((always_inline)) void
+accumulate8Wide(Quotient* __restrict quotients, Sample* __restrict remainders,
+                float* __restrict mean, const Sample* __restrict samples, size pixels, i32 n)
+{
+    typedef typename SampleVector<Sample>::type narrow;
+    const vi none = {};
+    const vi nv = none + n;
+    const vi previous = none + (n - Mode);
+    const vf nf = __builtin_convertvector(nv, vf);
+    size i = 0;
+    for (; i + Lanes <= pixels; i += Lanes) {
+        const vi r = __builtin_convertvector(load<narrow>(remainders + i), vi);
+        const vi q = __builtin_convertvector(load<narrow>(quotients + i), vi);
+        const vi p = __builtin_convertvector(load<narrow>(samples + i), vi);
+        const vi total = Mode == 1 ? r + q * previous + p : r + q * previous - p;
+        const vf m = __builtin_convertvector(total, vf) / nf;
+        store(mean + i, m);
+        vi k = __builtin_convertvector(m, vi);
+        vi rest = total - k * nv;
+        vi low, high; // -1 where the quotient is one too high / too low
+        if constexpr (Mode == 1) {
+            low = rest < 0;
+            high = rest >= nv;
+        } else {
+            const vi negative = total < 0;
+            low = (negative & (rest <= -nv)) | (~negative & (rest < 0));
+            high = (negative & (rest > 0)) | (~negative & (rest >= nv));
+        }
+        k += low - high;
+        rest += (low & nv) - (high & nv);
+        store(remainders + i, __builtin_convertvector(rest, narrow));
+        if constexpr (StoreQuotient)
+            store(quotients + i, __builtin_convertvector(k, narrow));
+    }
+    accumulate<Mode, Sample, Quotient, StoreQuotient>(quotients + i, remainders + i, mean + i,
+                                                      samples + i, pixels - i, n);
+}
+
+void add16(u16* q, u16* r, float* mean, const u16* p, size pixels, i32 n)
+{
+    accumulate8Wide<1, u16, u16, true>(q, r, mean, p, pixels, n);
+}
+
+void remove16(u16* q, u16* r, float* mean, const u16* p, size pixels, i32 n)
+{
+    accumulate8Wide<-1, u16, u16, true>(q, r, mean, p, pixels, n);
+}
+
+void add8(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n)
+{
+    accumulate8Wide<1, u8, const u8, false>(q, r, mean, p, pixels, n);
+}
+
+void remove8(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n)
+{
+    accumulate8Wide<-1, u8, const u8, false>(q, r, mean, p, pixels, n);
+}
+
+void addRgb32(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n)
+{
+    accumulateRgb32<1>(q, r, mean, p, pixels, n);
+}
+
+void removeRgb32(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n)
+{
+    accumulateRgb32<-1>(q, r, mean, p, pixels, n);
+}
+
+void darkMap8(float* __restrict map, const float* __restrict mean, size pixels, float s, float o,
+              i32 levels)
+{
+    for (size i = 0; i < pixels; ++i) {
+        i32 v = i32(__builtin_fmaf(s, mean[i], -o));
+        v = v < 0 ? 0 : v;
+        v = v >= levels ? levels - 1 : v;
+        // Divided unconditionally so that the loop has no branch.
+        const float value = float(v) / s;
+        map[i] = mean[i] > 200.0f ? 0.0f : value;
+    }
+}
+
+void darkMap16(float* __restrict map, const float* __restrict mean, size pixels, float s, float o,
+               i32 levels)
+{
+    for (size i = 0; i < pixels; ++i) {
+        i32 v = i32((mean[i] - o) / s);
+        v = v < 0 ? 0 : v;
+        v = v >= levels ? levels - 1 : v;
+        map[i] = float(v) * s;
+    }
+}
+
+// Subtracts the dark map in place and gathers what decides whether the values
+// can be summed in any order: each value is an integer multiple of a power of
+// two (minStep, a sum of two biased exponents; 2^(minStep - 277)), and no
+// partial sum exceeds head * 2^(maxExponent - 126). When that bound stays
+// within the 53 bits of a double above the smallest step, every partial sum is
+// exact, so the lane sums add up to the plain index-order sum.
+template <typename DarkBlock, typename DarkOne>
+static inline __attribute__((always_inline)) void
+subtractAndGather(float* __restrict mean, size pixels, SumFacts* facts, DarkBlock darkBlock,
+                  DarkOne darkOne)
+{
+    vhd sumLow = {}, sumHigh = {};
+    // Signed lanes throughout: SSE2 has signed comparisons only.
+    const vi none = {};
+    vi maxExponent = none;
+    vi minStep = none + 0x7fffffff;
+    vi special = none;
+    size i = 0;
+    for (; i + Lanes <= pixels; i += Lanes) {
+        const vf v = load<vf>(mean + i) - darkBlock(i);
+        store(mean + i, v);
+        sumLow += __builtin_convertvector(NUC_LOW_HALF(v), vhd);
+        sumHigh += __builtin_convertvector(NUC_HIGH_HALF(v), vhd);
+
+        const vi bits = (vi)v;
+        const vi exponent = (bits >> 23) & 0xff;
+        const vi mantissa = bits & 0x7fffff;
+        // Subnormals and NaN/infinity leave the fast sum; zero is neutral.
+        special |= (exponent == 0xff) | ((exponent == 0) & (mantissa != 0));
+        maxExponent = exponent > maxExponent ? exponent : maxExponent;
+        // Lowest set bit of the full significand, as a power of two whose own
+        // exponent field tells its position.
+        const vi significand = mantissa | 0x800000;
+        const vi lowBit = (vi) __builtin_convertvector(significand & -significand, vf);
+        // Zero (exponent 0) gets the largest step and so never decides.
+        const vi step = exponent == 0 ? none + 0x7fffffff : exponent + ((lowBit >> 23) & 0xff);
+        minStep = step < minStep ? step : minStep;
+    }
+    double sum = 0.0;
+    for (int l = 0; l < Lanes / 2; ++l)
+        sum += sumLow[l] + sumHigh[l];
+    i32 maxAll = 0, minAll = 0x7fffffff, specialAll = 0;
+    for (int l = 0; l < Lanes; ++l) {
+        maxAll = maxExponent[l] > maxAll ? maxExponent[l] : maxAll;
+        minAll = minStep[l] < minAll ? minStep[l] : minAll;
+        specialAll |= special[l];
+    }
+    facts->laneSum = sum;
+    facts->head = i;
+    facts->maxExponent = u32(maxAll);
+    facts->minStep = minAll == 0x7fffffff ? 0xffffffffu : u32(minAll);
+    facts->special = specialAll != 0;
+    for (; i < pixels; ++i)
+        mean[i] -= darkOne(i);
+}
+
+void subtractDark(float* __restrict mean, const float* __restrict dark, size pixels,
+                  SumFacts* facts)
+{
+    subtractAndGather(
+        mean, pixels, facts, [dark](size i) { return load<vf>(dark + i); },
+        [dark](size i) { return dark[i]; });
+}
+
+// darkMap16 and subtractDark in one pass, for a dark and a bright series of
+// the same size: the dark map is subtracted while it is still in registers.
+void darkMap16Subtract(float* __restrict map, const float* __restrict darkMean,
+                       float* __restrict mean, size pixels, float s, float o, i32 levels,
+                       SumFacts* facts)
+{
+    const vi none = {};
+    const vf zero = {};
+    const vf s8 = zero + s, o8 = zero + o;
+    const vi top = none + (levels - 1);
+    subtractAndGather(
+        mean, pixels, facts,
+        [=](size i) {
+            vi v = __builtin_convertvector((load<vf>(darkMean + i) - o8) / s8, vi);
+            v = v < 0 ? none : v;
+            v = v > top ? top : v;
+            const vf d = __builtin_convertvector(v, vf) * s8;
+            store(map + i, d);
+            return d;
+        },
+        [=](size i) {
+            i32 v = i32((darkMean[i] - o) / s);
+            v = v < 0 ? 0 : v;
+            v = v >= levels ? levels - 1 : v;
+            return map[i] = float(v) * s;
+        });
+}
+
+double sumInOrder(const float* values, size pixels)
+{
+    double sum = 0.0;
+    for (size i = 0; i < pixels; ++i)
+        sum += values[i];
+    return sum;
+}
+
+void gainMap(float* __restrict map, const float* __restrict mean, size pixels, float target)
+{
+    for (size i = 0; i < pixels; ++i) {
+        const float m = mean[i];
+        float g = target / m;
+        // NaN fails both comparisons and passes through.
+        g = g < 1.0f ? 1.0f : g;
+        g = g > 2.0f ? 2.0f : g;
+        map[i] = m == 0.0f ? 2.0f : g;
+    }
+}
+
+static inline __attribute__((always_inline)) u32 word(float gain, float dark, float step, i32 scale,
+                                                      i32 levels, bool sixteenBit)
+{
+    // Clamped before truncating, which gives the same codes as truncating
+    // first and needs no branch; NaN fails the comparison and packs to 0.
+    double g = (double(gain) - 1.0) * double(scale);
+    g = g > 0.0 ? g : 0.0;
+    g = g < double(scale - 1) ? g : double(scale - 1);
+    float o = sixteenBit ? dark / step : step * dark;
+    o = o > 0.0f ? o : 0.0f;
+    o = o < float(levels - 1) ? o : float(levels - 1);
+    return u32(i32(g)) | (u32(i32(o)) << 10);
+}
+
+template <bool SixteenBit, typename GainBlock, typename GainOne>
+static inline __attribute__((always_inline)) u32
+packWords(u16* __restrict out, const float* __restrict dark, size pixels, float step, i32 scale,
+          i32 levels, GainBlock gainBlock, GainOne gainOne)
+{
+    const vhd zero4 = {}, one = zero4 + 1.0;
+    const vhd scale4 = zero4 + double(scale);
+    const vhd top4 = scale4 - one;
+    const vf zero8 = {};
+    const float topO = float(levels - 1);
+    const vf top8 = zero8 + topO;
+    const vf step8 = zero8 + step;
+    vu sums = {};
+    size i = 0;
+    for (; i + Lanes <= pixels; i += Lanes) {
+        const vf gain = gainBlock(i);
+        vhd g0 = (__builtin_convertvector(NUC_LOW_HALF(gain), vhd) - one) * scale4;
+        vhd g1 = (__builtin_convertvector(NUC_HIGH_HALF(gain), vhd) - one) * scale4;
+        g0 = g0 > zero4 ? g0 : zero4;
+        g1 = g1 > zero4 ? g1 : zero4;
+        g0 = g0 < top4 ? g0 : top4;
+        g1 = g1 < top4 ? g1 : top4;
+        const vhi G0 = __builtin_convertvector(g0, vhi);
+        const vhi G1 = __builtin_convertvector(g1, vhi);
+        const vi G = NUC_JOIN(G0, G1);
+
+        const vf d = load<vf>(dark + i);
+        vf o = SixteenBit ? d / step8 : step8 * d;
+        o = o > zero8 ? o : zero8;
+        o = o < top8 ? o : top8;
+        const vu w = (vu)G | ((vu) __builtin_convertvector(o, vi) << 10);
+        store(out + i, __builtin_convertvector(w, vs));
+        sums += w;
+    }
+    // Lanes alternate between the low and the high half of a 32-bit word.
+    u32 sum = 0;
+    for (int l = 0; l < Lanes; l += 2)
+        sum += sums[l] + (sums[l + 1] << 16);
+    for (; i < pixels; ++i) {
+        const u32 w = word(gainOne(i), dark[i], step, scale, levels, SixteenBit);
+        out[i] = u16(w);
+        sum += (i & 1) ? w << 16 : w;
+    }
+    return sum;
+}
+
+// Packs and returns the sum of the words taken as little-endian 32-bit pairs
+// (a lone last word counts as its own low half).
+u32 pack(u16* __restrict out, const float* __restrict dark, const float* __restrict gain,
+         size pixels, float step, i32 scale, i32 levels, bool sixteenBit)
+{
+    auto block = [gain](size i) { return load<vf>(gain + i); };
+    auto one = [gain](size i) { return gain[i]; };
+    return sixteenBit ? packWords<true>(out, dark, pixels, step, scale, levels, block, one)
+                      : packWords<false>(out, dark, pixels, step, scale, levels, block, one);
+}
+
+// gainMap and pack in one pass: each gain is packed while still in registers.
+u32 gainPack(float* __restrict map, u16* __restrict out, const float* __restrict mean,
+             const float* __restrict dark, size pixels, float target, float step, i32 scale,
+             i32 levels, bool sixteenBit)
+{
+    const vf zero = {};
+    const vf target8 = zero + target, one8 = zero + 1.0f, two8 = zero + 2.0f;
+    auto block = [=](size i) {
+        const vf m = load<vf>(mean + i);
+        vf g = target8 / m;
+        g = g < one8 ? one8 : g;
+        g = g > two8 ? two8 : g;
+        g = m == zero ? two8 : g;
+        store(map + i, g);
+        return g;
+    };
+    auto single = [=](size i) {
+        const float m = mean[i];
+        float g = target / m;
+        g = g < 1.0f ? 1.0f : g;
+        g = g > 2.0f ? 2.0f : g;
+        return map[i] = m == 0.0f ? 2.0f : g;
+    };
+    return sixteenBit ? packWords<true>(out, dark, pixels, step, scale, levels, block, single)
+                      : packWords<false>(out, dark, pixels, step, scale, levels, block, single);
+}
+
+} // namespace NUC_KERNEL_NAMESPACE
+} // namespace NucKernels
+
+namespace NucKernels {
+namespace NUC_KERNEL_NAMESPACE {
+
+extern const KernelSet set;
+const KernelSet set = {
+    NUC_KERNEL_NAME, add16,       remove16, add8,      remove8,
+    addRgb32,        removeRgb32, darkMap8, darkMap16, darkMap16Subtract,
+    subtractDark,    sumInOrder,  gainMap,  pack,      gainPack,
+};
+
+} // namespace NUC_KERNEL_NAMESPACE
+} // namespace NucKernels

@@ -1,0 +1,169 @@
+#include "NucMapGeneration.h"
+
+#include "NUShadingParams.h"
+#include "NucKernels.h"
+#include "NucLargeBuffer.h"
+#include "NucMapFile.h"
+#include "NucMapPacking.h"
+
+#include <QtEndian>
+
+namespace NucMapGeneration {
+
+namespace {
+
+quint32 pixelsOf(const NUShadingParams& series)
+{
+    return series.width * series.height;
+}
+
+// Everything of generate() up to the gain map: the dark map, the in-place
+// subtraction and the target. Returns false where the steps would.
+bool prepareGain(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
+                 quint16 targetOffset, bool sixteenBit, float* target)
+{
+    dark.updateTargetParam(targetGain, targetOffset);
+    bright.updateTargetParam(targetGain, targetOffset);
+    const quint32 pixels = pixelsOf(bright);
+    const bool fused = sixteenBit && dark.meanBuffer && pixelsOf(dark) == pixels && pixels != 0 &&
+                       bright.meanBuffer;
+    if (!fused) {
+        if (sixteenBit)
+            dark.makeNUCDark16();
+        else
+            dark.makeNUCDark();
+        if (!dark.map || !bright.meanBuffer || pixels == 0)
+            return false;
+        const NucKernels::KernelSet& kernels = NucKernels::best();
+        *target = float(NucKernels::subtractDarkAndSum(kernels, bright.meanBuffer.get(),
+                                                       dark.map.get(), pixels) /
+                        qint32(pixels)) *
+                  bright.targetGain;
+        return true;
+    }
+
+    if (!NucLargeBuffer::reuseOrAllocate(dark.map, pixels))
+        return false;
+    const NucKernels::KernelSet& kernels = NucKernels::best();
+    const float s = float(dark.offsetStep);
+    NucKernels::SumFacts facts;
+    kernels.darkMap16Subtract(dark.map.get(), dark.meanBuffer.get(), bright.meanBuffer.get(),
+                              pixels, s, float(dark.targetOffset) * s, qint32(dark.offsetLevels),
+                              &facts);
+    const double sum = NucKernels::sumAfter(kernels, facts, bright.meanBuffer.get(), pixels);
+    *target = float(sum / qint32(pixels)) * bright.targetGain;
+    return true;
+}
+
+void putLe32(char* at, quint32 value)
+{
+    qToLittleEndian(value, at);
+}
+
+// The .bin header with checksum 0; returns its word sum.
+quint32 writeHeader(char* file, quint32 mapId, quint32 width, quint32 height)
+{
+    const quint32 mapBytes = 2 * width * height;
+    const quint32 fields[8] = {NucMapFile::Magic,
+                               quint32(NucMapFile::BinHeaderSize) + mapBytes,
+                               0,
+                               mapId,
+                               20 + mapBytes,
+                               width,
+                               height,
+                               0};
+    quint32 sum = 0;
+    for (int i = 0; i < 8; ++i) {
+        putLe32(file + 4 * i, fields[i]);
+        sum += fields[i];
+    }
+    return sum;
+}
+
+QByteArray uninitialisedFile(quint32 pixels)
+{
+    QByteArray file(NucMapFile::BinHeaderSize + 2 * int(pixels), Qt::Uninitialized);
+    NucLargeBuffer::adviseHugePages(file.data(), size_t(file.size()));
+    return file;
+}
+
+} // namespace
+
+bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
+              quint16 targetOffset, bool sixteenBit)
+{
+    float target = 0.0f;
+    if (!prepareGain(dark, bright, targetGain, targetOffset, sixteenBit, &target))
+        return false;
+    const quint32 pixels = pixelsOf(bright);
+    if (!NucLargeBuffer::reuseOrAllocate(bright.map, pixels))
+        return false;
+    NucKernels::best().gainMap(bright.map.get(), bright.meanBuffer.get(), pixels, target);
+    return true;
+}
+
+QByteArray binFile(const NUShadingParams& dark, const NUShadingParams& bright, int bitDepth,
+                   bool swapBytes, quint32 mapId)
+{
+    const quint32 pixels = pixelsOf(bright);
+    // The kernels sum the words as the little-endian file holds them; a
+    // swapped map, a big-endian host or a map that packs to zeros goes the
+    // step-by-step way.
+    if (swapBytes || QSysInfo::ByteOrder != QSysInfo::LittleEndian || !dark.map || !bright.map ||
+        pixels == 0)
+        return NucMapFile::binFile(mapId, bright.width, bright.height,
+                                   NucMapPacking::packedMap(dark, bright, bitDepth, swapBytes));
+
+    QByteArray file = uninitialisedFile(pixels);
+    char* data = file.data();
+    quint32 sum = writeHeader(data, mapId, bright.width, bright.height);
+    sum += NucKernels::best().pack(reinterpret_cast<quint16*>(data + NucMapFile::BinHeaderSize),
+                                   dark.map.get(), bright.map.get(), pixels,
+                                   float(bright.offsetStep), qint32(bright.gainScale),
+                                   qint32(bright.offsetLevels), bitDepth == 16);
+    putLe32(data + 8, quint32(0) - sum);
+    return file;
+}
+
+QVector<quint16> packedMap(const NUShadingParams& dark, const NUShadingParams& bright, int bitDepth)
+{
+    const quint32 pixels = pixelsOf(bright);
+    if (!dark.map || !bright.map || pixels == 0)
+        return NucMapPacking::packedMap(dark, bright, bitDepth, false);
+    QVector<quint16> words(qint32(pixels), 0);
+    NucKernels::best().pack(words.data(), dark.map.get(), bright.map.get(), pixels,
+                            float(bright.offsetStep), qint32(bright.gainScale),
+                            qint32(bright.offsetLevels), bitDepth == 16);
+    return words;
+}
+
+bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
+                     quint16 targetOffset, bool sixteenBit, int bitDepth, quint32 mapId,
+                     QByteArray* file)
+{
+    if (QSysInfo::ByteOrder != QSysInfo::LittleEndian) {
+        if (!generate(dark, bright, targetGain, targetOffset, sixteenBit))
+            return false;
+        *file = binFile(dark, bright, bitDepth, false, mapId);
+        return true;
+    }
+    float target = 0.0f;
+    if (!prepareGain(dark, bright, targetGain, targetOffset, sixteenBit, &target))
+        return false;
+    const quint32 pixels = pixelsOf(bright);
+    if (!NucLargeBuffer::reuseOrAllocate(bright.map, pixels))
+        return false;
+
+    QByteArray bytes = uninitialisedFile(pixels);
+    char* data = bytes.data();
+    quint32 sum = writeHeader(data, mapId, bright.width, bright.height);
+    sum += NucKernels::best().gainPack(
+        bright.map.get(), reinterpret_cast<quint16*>(data + NucMapFile::BinHeaderSize),
+        bright.meanBuffer.get(), dark.map.get(), pixels, target, float(bright.offsetStep),
+        qint32(bright.gainScale), qint32(bright.offsetLevels), bitDepth == 16);
+    putLe32(data + 8, quint32(0) - sum);
+    *file = bytes;
+    return true;
+}
+
+} // namespace NucMapGeneration

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QVector>
+#include <QtGlobal>
+
+class NUShadingParams;
+
+// Map generation, packing and the .bin encoding with fewer passes over the
+// pixels than the step-by-step calls, for the command-line tool and anything
+// else that makes a map in one go. Every result is exactly that of the steps
+// named at each function; only the memory traffic differs.
+namespace NucMapGeneration {
+
+// Same as updateTargetParam(targetGain, targetOffset) on both series, then
+// makeNUCDark16() (sixteenBit) or makeNUCDark() on dark, then
+// makeNUCBright(dark.map) on bright, returning the latter's result.
+bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
+              quint16 targetOffset, bool sixteenBit);
+
+// Same bytes as NucMapFile::binFile(mapId, bright width, bright height,
+// NucMapPacking::packedMap(dark, bright, bitDepth, swapBytes)).
+QByteArray binFile(const NUShadingParams& dark, const NUShadingParams& bright, int bitDepth,
+                   bool swapBytes, quint32 mapId);
+
+// Same words as NucMapPacking::packedMap(dark, bright, bitDepth, false).
+QVector<quint16> packedMap(const NUShadingParams& dark, const NUShadingParams& bright,
+                           int bitDepth);
+
+// generate() followed by binFile() with unswapped words, the gain map packed
+// while it is being made. On failure returns false and leaves file alone.
+bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
+                     quint16 targetOffset, bool sixteenBit, int bitDepth, quint32 mapId,
+                     QByteArray* file);
+
+} // namespace NucMapGeneration

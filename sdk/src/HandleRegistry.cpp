@@ -10,16 +10,18 @@ namespace Internal {
 
 namespace {
 
+// Never destroyed: containers may die during static destruction (a program
+// that exits without Shutdown) and must still be able to leave the registry.
 std::mutex& RegistryMutex()
 {
-    static std::mutex mutex;
-    return mutex;
+    static auto* mutex = new std::mutex;
+    return *mutex;
 }
 
 std::map<HvHandle, std::weak_ptr<FeatureContainer>>& Registry()
 {
-    static std::map<HvHandle, std::weak_ptr<FeatureContainer>> registry;
-    return registry;
+    static auto* registry = new std::map<HvHandle, std::weak_ptr<FeatureContainer>>;
+    return *registry;
 }
 
 } // namespace

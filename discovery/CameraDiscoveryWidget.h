@@ -1,0 +1,86 @@
+#pragma once
+
+#include "CameraInfoMap.h"
+
+#include <QFuture>
+#include <QMetaType>
+#include <QVector>
+#include <QWidget>
+#include <memory>
+
+class ApiController;
+class CameraTreeModel;
+class QCheckBox;
+class QLabel;
+class QModelIndex;
+class QPushButton;
+class QStackedWidget;
+class QTreeView;
+
+Q_DECLARE_METATYPE(std::shared_ptr<ApiController>)
+
+// The panel of the camera dock: starts the camera SDK without blocking the
+// user interface, creates the one ApiController, lists the detected cameras
+// (optionally only the compatible models), refreshes the list on demand or on
+// hot-plug events, and turns open and close actions into signals carrying the
+// camera's extended ID.
+class CameraDiscoveryWidget : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit CameraDiscoveryWidget(QWidget* parent = nullptr);
+    // Shuts the SDK down once the start-up and all refresh tasks have finished.
+    ~CameraDiscoveryWidget() override;
+
+    std::shared_ptr<ApiController> GetApiController() const;
+    void Update_lblRefreshInfo();
+
+signals:
+    void CameraOpened(QString cameraExtId);
+    void CameraClosed(QString cameraExtId, QString cameraName);
+    void CameraRemoved(QString cameraExtId, QString cameraName);
+    void ApiError(QString errorMessage);
+    void HvSystemReady();
+    void ApiControllerAvailable(std::shared_ptr<ApiController> newController);
+
+public slots:
+    // true: open the selected camera; false: close it.
+    void OnCameraStatusChanged(bool status);
+    void RefreshCameraList();
+    void OnCameraListReady(QVector<CameraInfoMap> list);
+    void InitApiController();
+
+private slots:
+    void _onAutoRefreshToggled(int state);
+    void _onCameraAdded(const CameraInfoMap& cameraInfo);
+    void _onCameraRemoved(const CameraInfoMap& cameraInfo);
+    void _updateOpenButton();
+
+private:
+    void buildControls();
+    void startSdk();
+    // The wait cursor marks start-up and running refreshes; counted so that
+    // the widget never restores a cursor it did not set.
+    void setWaitCursor();
+    void restoreCursor();
+
+    QTreeView* m_tree = nullptr;
+    CameraTreeModel* m_model = nullptr;
+    QStackedWidget* m_openCloseStack = nullptr;
+    QPushButton* m_btnOpen = nullptr;
+    QPushButton* m_btnClose = nullptr;
+    QCheckBox* m_chkAutoRefresh = nullptr;
+    QCheckBox* m_chkCompatibleOnly = nullptr;
+    QLabel* m_lblRefreshInfo = nullptr;
+    QPushButton* m_btnRefresh = nullptr;
+    std::shared_ptr<ApiController> m_controller;
+
+    QFuture<void> m_startup;
+    // Tasks still running on the pool; the SDK must outlive them.
+    QVector<QFuture<QVector<CameraInfoMap>>> m_refreshes;
+    // Only the newest refresh may fill the tree; an older one that finishes
+    // later would show a list made with an outdated filter.
+    quint64 m_latestRefresh = 0;
+    int m_runningRefreshes = 0;
+    int m_waitCursors = 0;
+};

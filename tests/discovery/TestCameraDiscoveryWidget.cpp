@@ -1,0 +1,454 @@
+#include "ApiController.h"
+#include "CameraDiscoveryWidget.h"
+#include "CameraTreeModel.h"
+
+#include <HvxSimControl.h>
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QTreeView>
+#include <QtTest>
+
+namespace {
+
+QString cameraJson(const QString& id, const QString& model, const QString& transport = "GigE",
+                   const QString& extra = QString())
+{
+    return QString(R"({"id": "%1", "model": "%2", "name": "Name %1", "serial": "SN%1",)"
+                   R"( "transport": "%3", "width": 64, "height": 32%4})")
+        .arg(id, model, transport, extra.isEmpty() ? QString() : ", " + extra);
+}
+
+// The controls, found by their object names.
+struct Controls
+{
+    explicit Controls(CameraDiscoveryWidget& w)
+        : tree(w.findChild<QTreeView*>("treeCameras")),
+          stack(w.findChild<QStackedWidget*>("stackOpenClose")),
+          open(w.findChild<QPushButton*>("btnOpenCamera")),
+          close(w.findChild<QPushButton*>("btnCloseCamera")),
+          autoRefresh(w.findChild<QCheckBox*>("chkAutoRefresh")),
+          compatibleOnly(w.findChild<QCheckBox*>("chkCompatibleOnly")),
+          label(w.findChild<QLabel*>("lblRefreshInfo")),
+          refresh(w.findChild<QPushButton*>("btnRefresh"))
+    {
+    }
+    QTreeView* tree;
+    QStackedWidget* stack;
+    QPushButton* open;
+    QPushButton* close;
+    QCheckBox* autoRefresh;
+    QCheckBox* compatibleOnly;
+    QLabel* label;
+    QPushButton* refresh;
+};
+
+// Every row of the tree, indented by level, column 0.
+QString dump(const QAbstractItemModel* model, const QModelIndex& parent = QModelIndex(),
+             int level = 0)
+{
+    QString out;
+    for (int row = 0; row < model->rowCount(parent); ++row) {
+        const QModelIndex idx = model->index(row, 0, parent);
+        out += QString(level * 2, ' ') + idx.data().toString() + '\n';
+        out += dump(model, idx, level + 1);
+    }
+    return out;
+}
+
+// What a user's double click delivers: a click, then the double-click event.
+void doubleClickRow(QTreeView* tree, const QModelIndex& index)
+{
+    const QPoint p = tree->visualRect(index).center();
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, p);
+    QTest::mouseDClick(tree->viewport(), Qt::LeftButton, {}, p);
+}
+
+QModelIndex findRow(const QAbstractItemModel* model, const QString& text,
+                    const QModelIndex& parent = QModelIndex())
+{
+    for (int row = 0; row < model->rowCount(parent); ++row) {
+        const QModelIndex idx = model->index(row, 0, parent);
+        if (idx.data().toString() == text)
+            return idx;
+        const QModelIndex below = findRow(model, text, idx);
+        if (below.isValid())
+            return below;
+    }
+    return QModelIndex();
+}
+
+} // namespace
+
+class TestCameraDiscoveryWidget : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void startupToFirstFilteredList();
+    void labelTexts_data();
+    void labelTexts();
+    void autoRefreshToggledBeforeController();
+    void refreshDisablesRefreshButton();
+    void hotPlugInAndOut();
+    void openButtonFollowsCurrentRow();
+    void doubleClick();
+    void openAndCloseSwitchPages();
+
+private:
+    // Writes the simulator's configuration for the next widget.
+    void useCameras(const QStringList& cameras);
+    // Waits until the widget has shown its first list.
+    bool waitForFirstList(CameraDiscoveryWidget& widget);
+
+    QTemporaryDir m_dir;
+    int m_configs = 0;
+};
+
+void TestCameraDiscoveryWidget::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+}
+
+void TestCameraDiscoveryWidget::useCameras(const QStringList& cameras)
+{
+    const QString path = m_dir.filePath(QString("cameras%1.json").arg(++m_configs));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QString(R"({"cameras": [%1]})").arg(cameras.join(", ")).toUtf8());
+    file.close();
+    qputenv("HVX_SIM_CONFIG", path.toLocal8Bit());
+}
+
+bool TestCameraDiscoveryWidget::waitForFirstList(CameraDiscoveryWidget& widget)
+{
+    QSignalSpy reset(widget.findChild<QTreeView*>("treeCameras")->model(),
+                     &QAbstractItemModel::modelReset);
+    return reset.wait(5000) || reset.count() > 0;
+}
+
+void TestCameraDiscoveryWidget::startupToFirstFilteredList()
+{
+    useCameras({cameraJson("A", "kva640MXGE"), cameraJson("B", "gx1280C-PoE"),
+                cameraJson("C", "zt1280MLV", "USB3")});
+    CameraDiscoveryWidget widget;
+    Controls c(widget);
+    QSignalSpy ready(&widget, &CameraDiscoveryWidget::HvSystemReady);
+    QSignalSpy available(&widget, &CameraDiscoveryWidget::ApiControllerAvailable);
+    QSignalSpy errors(&widget, &CameraDiscoveryWidget::ApiError);
+
+    // Before the SDK has started.
+    QVERIFY(!widget.GetApiController());
+    QCOMPARE(c.label->text(), QString("Refresh in progress..."));
+    QVERIFY(!c.label->isHidden());
+    QVERIFY(!c.open->isEnabled());
+    QCOMPARE(c.open->text(), QString("Open Selected Camera"));
+    QCOMPARE(c.close->text(), QString("Close Camera"));
+    QCOMPARE(c.stack->currentWidget(), c.open);
+    QVERIFY(c.autoRefresh->isChecked());
+    QCOMPARE(c.autoRefresh->toolTip(),
+             QString("Enable or disable the automatic refresh of the list of cameras"));
+    QVERIFY(c.compatibleOnly->isChecked());
+    QCOMPARE(c.compatibleOnly->toolTip(), QString("Show compatible cameras only"));
+    QVERIFY(c.tree->isHeaderHidden());
+    QVERIFY(qobject_cast<CameraTreeModel*>(c.tree->model()));
+
+    QVERIFY(waitForFirstList(widget));
+    QCOMPARE(ready.count(), 1);
+    QCOMPARE(available.count(), 1);
+    const auto handed = available.at(0).at(0).value<std::shared_ptr<ApiController>>();
+    QVERIFY(handed);
+    QCOMPARE(handed, widget.GetApiController());
+
+    // The incompatible B is filtered out. The simulator is one transport
+    // layer with an interface per bus.
+    QCOMPARE(dump(c.tree->model()), QString("Orvex Simulated Transport Layer\n"
+                                            "  sim-gige-0\n"
+                                            "    kva640MXGE-SNA(A)\n"
+                                            "  sim-usb3-0\n"
+                                            "    zt1280MLV-SNC(C)\n"));
+    const QModelIndex a = findRow(c.tree->model(), "kva640MXGE-SNA(A)");
+    QVERIFY(c.tree->isExpanded(a.parent()));
+    QVERIFY(c.tree->isExpanded(a.parent().parent()));
+    QVERIFY(c.label->isHidden());
+    QVERIFY(c.refresh->isEnabled());
+    QVERIFY(QApplication::overrideCursor() == nullptr);
+    QCOMPARE(errors.count(), 0);
+
+    // The controller's errors are passed on for the log.
+    QVERIFY(!handed->GetCameraPtr("sim::nobody"));
+    QTRY_COMPARE(errors.count(), 1);
+    QCOMPARE(errors.at(0).at(0).toString(),
+             QString("Failed to get camera for sim::nobody (error: Not found.)"));
+}
+
+void TestCameraDiscoveryWidget::labelTexts_data()
+{
+    QTest::addColumn<QStringList>("cameras");
+    QTest::addColumn<QString>("filtered");
+    QTest::addColumn<QString>("unfiltered");
+    QTest::addColumn<int>("unfilteredRows");
+
+    QTest::newRow("incompatible camera only")
+        << QStringList{cameraJson("B", "gx1280C-PoE")} << "No compatible cameras found"
+        << "" << 1;
+    QTest::newRow("no camera at all") << QStringList{} << "No compatible cameras found"
+                                      << "No cameras found" << 0;
+}
+
+void TestCameraDiscoveryWidget::labelTexts()
+{
+    QFETCH(QStringList, cameras);
+    QFETCH(QString, filtered);
+    QFETCH(QString, unfiltered);
+    QFETCH(int, unfilteredRows);
+
+    useCameras(cameras);
+    CameraDiscoveryWidget widget;
+    Controls c(widget);
+    QVERIFY(waitForFirstList(widget));
+    QCOMPARE(c.tree->model()->rowCount(), 0);
+    QVERIFY(!c.label->isHidden());
+    QCOMPARE(c.label->text(), filtered);
+
+    // Unchecking the filter starts a refresh by itself.
+    QSignalSpy reset(c.tree->model(), &QAbstractItemModel::modelReset);
+    c.compatibleOnly->setChecked(false);
+    QVERIFY(!c.refresh->isEnabled());
+    QVERIFY(reset.wait(5000));
+    QCOMPARE(c.tree->model()->rowCount(), unfilteredRows);
+    QCOMPARE(c.label->isHidden(), unfilteredRows > 0);
+    if (unfilteredRows == 0)
+        QCOMPARE(c.label->text(), unfiltered);
+
+    // And checking it again filters again.
+    c.compatibleOnly->setChecked(true);
+    QVERIFY(reset.wait(5000));
+    QCOMPARE(c.tree->model()->rowCount(), 0);
+    QCOMPARE(c.label->text(), filtered);
+}
+
+void TestCameraDiscoveryWidget::autoRefreshToggledBeforeController()
+{
+    useCameras({cameraJson("A", "kva640MXGE")});
+    CameraDiscoveryWidget widget;
+    Controls c(widget);
+    QSignalSpy errors(&widget, &CameraDiscoveryWidget::ApiError);
+    // The start-up result reaches the widget through the event loop, which
+    // has not run yet: there is no controller to ask.
+    c.autoRefresh->setChecked(false);
+    c.autoRefresh->setChecked(true);
+    QCOMPARE(errors.count(), 2);
+    QCOMPARE(errors.at(0).at(0).toString(),
+             QString("Failed to disable the automatic refresh of cameras"));
+    QCOMPARE(errors.at(1).at(0).toString(),
+             QString("Failed to enable the automatic refresh of cameras"));
+
+    // Once the controller exists, toggling works silently.
+    QVERIFY(waitForFirstList(widget));
+    c.autoRefresh->setChecked(false);
+    c.autoRefresh->setChecked(true);
+    QCOMPARE(errors.count(), 2);
+}
+
+void TestCameraDiscoveryWidget::refreshDisablesRefreshButton()
+{
+    useCameras({cameraJson("A", "kva640MXGE")});
+    CameraDiscoveryWidget widget;
+    Controls c(widget);
+    QVERIFY(waitForFirstList(widget));
+    QVERIFY(c.refresh->isEnabled());
+    c.tree->setCurrentIndex(findRow(c.tree->model(), "kva640MXGE-SNA(A)"));
+    QVERIFY(c.open->isEnabled());
+
+    QSignalSpy reset(c.tree->model(), &QAbstractItemModel::modelReset);
+    QTest::mouseClick(c.refresh, Qt::LeftButton);
+    QVERIFY(!c.refresh->isEnabled());
+    QVERIFY(!c.open->isEnabled());
+    QVERIFY(QApplication::overrideCursor());
+    QCOMPARE(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    QVERIFY(reset.wait(5000));
+    QVERIFY(c.refresh->isEnabled());
+    QVERIFY(QApplication::overrideCursor() == nullptr);
+    QCOMPARE(dump(c.tree->model()).count("(A)"), 1);
+}
+
+void TestCameraDiscoveryWidget::hotPlugInAndOut()
+{
+    useCameras({cameraJson("A", "kva640MXGE")});
+    CameraDiscoveryWidget widget;
+    Controls c(widget);
+    QVERIFY(waitForFirstList(widget));
+    HvxSim::IControl* sim = HvxSim::Control();
+    QVERIFY(sim);
+    QSignalSpy removed(&widget, &CameraDiscoveryWidget::CameraRemoved);
+    // Connected after the widget's own handler, so it sees each event after the widget.
+    QSignalSpy added(widget.GetApiController().get(), &ApiController::CameraAdded);
+
+    // An incompatible camera is announced but never shown while filtered.
+    QCOMPARE(sim->AddCamera(cameraJson("X", "gx1280C-PoE", "USB3").toStdString()), 0);
+    // The SDK may also announce cameras it learnt of during the first refresh.
+    const auto announced = [&added](const QString& model) {
+        for (const QList<QVariant>& args : added) {
+            if (args.at(0).value<CameraInfoMap>().value("Model Name").toString() == model)
+                return true;
+        }
+        return false;
+    };
+    QTRY_VERIFY(announced("gx1280C-PoE"));
+    QVERIFY(!dump(c.tree->model()).contains("(X)"));
+    QCOMPARE(c.tree->model()->rowCount(), 1);
+
+    // A compatible one on a new interface appears, expanded.
+    QCOMPARE(sim->AddCamera(cameraJson("H", "zt1280MLV", "USB3").toStdString()), 0);
+    QTRY_VERIFY(findRow(c.tree->model(), "zt1280MLV-SNH(H)").isValid());
+    const QModelIndex h = findRow(c.tree->model(), "zt1280MLV-SNH(H)");
+    QVERIFY(c.tree->isExpanded(h.parent()));
+    QCOMPARE(dump(c.tree->model()), QString("Orvex Simulated Transport Layer\n"
+                                            "  sim-gige-0\n"
+                                            "    kva640MXGE-SNA(A)\n"
+                                            "  sim-usb3-0\n"
+                                            "    zt1280MLV-SNH(H)\n"));
+
+    // Leaving: the row and its emptied branches go, and the widget says who left.
+    QCOMPARE(sim->RemoveCamera("H"), 0);
+    QTRY_COMPARE(removed.count(), 1);
+    QCOMPARE(removed.at(0).at(0).toString(), QString("sim::H"));
+    QCOMPARE(removed.at(0).at(1).toString(), QString("Name H"));
+    QCOMPARE(dump(c.tree->model()), QString("Orvex Simulated Transport Layer\n"
+                                            "  sim-gige-0\n"
+                                            "    kva640MXGE-SNA(A)\n"));
+    QVERIFY(c.label->isHidden());
+
+    // The last camera leaving empties the tree and brings the label back.
+    QCOMPARE(sim->RemoveCamera("A"), 0);
+    QTRY_COMPARE(removed.count(), 2);
+    QCOMPARE(removed.at(1).at(0).toString(), QString("sim::A"));
+    QCOMPARE(c.tree->model()->rowCount(), 0);
+    QVERIFY(!c.label->isHidden());
+    QCOMPARE(c.label->text(), QString("No compatible cameras found"));
+    QCOMPARE(sim->RemoveCamera("X"), 0);
+    QTRY_COMPARE(removed.count(), 3);
+}
+
+void TestCameraDiscoveryWidget::openButtonFollowsCurrentRow()
+{
+    useCameras({cameraJson("A", "kva640MXGE"),
+                cameraJson("L", "kva640MXGE", "GigE", R"("heldByOtherApplication": true)")});
+    CameraDiscoveryWidget widget;
+    Controls c(widget);
+    QVERIFY(waitForFirstList(widget));
+    const QAbstractItemModel* model = c.tree->model();
+    const QModelIndex a = findRow(model, "kva640MXGE-SNA(A)");
+    const QModelIndex locked = findRow(model, "kva640MXGE-SNL(L)");
+    QVERIFY(a.isValid() && locked.isValid());
+    QVERIFY(!(model->flags(locked) & Qt::ItemIsEnabled));
+
+    c.tree->setCurrentIndex(a);
+    QVERIFY(c.open->isEnabled());
+    c.tree->setCurrentIndex(a.parent()); // interface
+    QVERIFY(!c.open->isEnabled());
+    c.tree->setCurrentIndex(a);
+    c.tree->setCurrentIndex(a.parent().parent()); // transport layer
+    QVERIFY(!c.open->isEnabled());
+    // The view refuses a camera without full access as current row.
+    c.tree->setCurrentIndex(locked);
+    QCOMPARE(c.tree->currentIndex(), a.parent().parent());
+    QVERIFY(!c.open->isEnabled());
+    // Access changes reported by the controller reach the tree and the button.
+    c.tree->setCurrentIndex(a);
+    QVERIFY(c.open->isEnabled());
+    CameraInfoMap info =
+        widget.GetApiController()->GetCameraInfo(widget.GetApiController()->GetCameraPtr("sim::A"));
+    QCOMPARE(info.value("Full Access"), QVariant(true));
+    info["Full Access"] = false;
+    emit widget.GetApiController()->CameraOpenStateChanged(info);
+    QVERIFY(!(model->flags(a) & Qt::ItemIsEnabled));
+    QVERIFY(!c.open->isEnabled());
+    info["Full Access"] = true;
+    emit widget.GetApiController()->CameraOpenStateChanged(info);
+    QVERIFY(c.open->isEnabled());
+
+    // Forced past the view, such a row still neither enables nor opens anything.
+    c.tree->selectionModel()->setCurrentIndex(locked, QItemSelectionModel::NoUpdate);
+    QCOMPARE(c.tree->currentIndex(), locked);
+    QVERIFY(!c.open->isEnabled());
+    // Nothing is opened from a branch or a camera without full access.
+    QSignalSpy opened(&widget, &CameraDiscoveryWidget::CameraOpened);
+    widget.OnCameraStatusChanged(true);
+    c.tree->setCurrentIndex(a.parent());
+    widget.OnCameraStatusChanged(true);
+    QCOMPARE(opened.count(), 0);
+}
+
+void TestCameraDiscoveryWidget::doubleClick()
+{
+    useCameras({cameraJson("A", "kva640MXGE")});
+    CameraDiscoveryWidget widget;
+    widget.resize(400, 300);
+    widget.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&widget));
+    Controls c(widget);
+    QVERIFY(waitForFirstList(widget));
+    QSignalSpy opened(&widget, &CameraDiscoveryWidget::CameraOpened);
+    QSignalSpy closed(&widget, &CameraDiscoveryWidget::CameraClosed);
+
+    const QModelIndex a = findRow(c.tree->model(), "kva640MXGE-SNA(A)");
+    QSignalSpy doubleClicked(c.tree, &QTreeView::doubleClicked);
+    for (const QPersistentModelIndex branch : {a.parent().parent(), a.parent()}) {
+        doubleClickRow(c.tree, branch);
+        QCOMPARE(doubleClicked.count(), 1);
+        QCOMPARE(doubleClicked.takeFirst().at(0).toModelIndex(), QModelIndex(branch));
+        QCOMPARE(c.tree->currentIndex(), QModelIndex(branch));
+        QCOMPARE(opened.count(), 0);
+        // Double-clicking a branch folds it; unfold it for the next click.
+        c.tree->expandAll();
+    }
+    QCOMPARE(c.stack->currentWidget(), c.open);
+
+    doubleClickRow(c.tree, findRow(c.tree->model(), "kva640MXGE-SNA(A)"));
+    QCOMPARE(opened.count(), 1);
+    QCOMPARE(opened.at(0).at(0).toString(), QString("sim::A"));
+    QCOMPARE(closed.count(), 0);
+}
+
+void TestCameraDiscoveryWidget::openAndCloseSwitchPages()
+{
+    useCameras({cameraJson("A", "kva640MXGE")});
+    CameraDiscoveryWidget widget;
+    Controls c(widget);
+    QVERIFY(waitForFirstList(widget));
+    QSignalSpy opened(&widget, &CameraDiscoveryWidget::CameraOpened);
+    QSignalSpy closed(&widget, &CameraDiscoveryWidget::CameraClosed);
+    c.tree->setCurrentIndex(findRow(c.tree->model(), "kva640MXGE-SNA(A)"));
+
+    QTest::mouseClick(c.open, Qt::LeftButton);
+    QCOMPARE(opened.count(), 1);
+    QCOMPARE(opened.at(0).at(0).toString(), QString("sim::A"));
+    QCOMPARE(c.stack->currentIndex(), 1);
+    QCOMPARE(c.stack->currentWidget(), c.close);
+    QVERIFY(!c.tree->isEnabled());
+
+    QTest::mouseClick(c.close, Qt::LeftButton);
+    QCOMPARE(closed.count(), 1);
+    QCOMPARE(closed.at(0).at(0).toString(), QString("sim::A"));
+    QCOMPARE(closed.at(0).at(1).toString(), QString("Name A"));
+    QCOMPARE(c.stack->currentIndex(), 0);
+    QVERIFY(c.tree->isEnabled());
+    QCOMPARE(opened.count(), 1);
+
+    // A camera leaving while the tree is disabled for an open camera frees the tree.
+    emit widget.CameraOpened("sim::A");
+    QVERIFY(!c.tree->isEnabled());
+    QSignalSpy removed(&widget, &CameraDiscoveryWidget::CameraRemoved);
+    QCOMPARE(HvxSim::Control()->RemoveCamera("A"), 0);
+    QTRY_COMPARE(removed.count(), 1);
+    QVERIFY(c.tree->isEnabled());
+}
+
+QTEST_MAIN(TestCameraDiscoveryWidget)
+#include "TestCameraDiscoveryWidget.moc"

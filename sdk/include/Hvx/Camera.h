@@ -43,8 +43,9 @@ public:
 
     // Opens with HvAccessModeFull, HvAccessModeExclusive or HvAccessModeRead.
     // HvErrorInvalidAccess when the camera does not permit the mode,
-    // HvErrorInvalidCall when this process has it open already. Observers
-    // get UpdateTriggerOpenStateChanged on success.
+    // HvErrorInvalidCall when this process has it open already,
+    // HvErrorNotFound when the camera has left. Observers get
+    // UpdateTriggerOpenStateChanged on success.
     HvErrorType Open(HvAccessModeType accessMode);
     // HvErrorDeviceNotOpen when it is not open.
     HvErrorType Close();

@@ -51,9 +51,10 @@ public:
     HvErrorType GetTransportLayers(TransportLayerPtr* transportLayers, unsigned int& count);
     HvErrorType GetTransportLayerByID(const char* id, TransportLayerPtr& transportLayer);
 
-    // Observers may be registered before Startup and stay registered across
-    // Shutdown. Registering one twice gives HvErrorInvalidCall, unregistering
-    // an unknown one HvErrorNotFound, a null pointer HvErrorBadParameter.
+    // Observers hear of changes after Startup: the cameras present at
+    // Startup are not announced as arrivals. They may be registered before
+    // Startup and stay registered across Shutdown. Registering one twice gives HvErrorInvalidCall,
+    // unregistering an unknown one HvErrorNotFound, a null pointer HvErrorBadParameter.
     HvErrorType RegisterCameraListObserver(const ICameraListObserverPtr& observer);
     HvErrorType UnregisterCameraListObserver(const ICameraListObserverPtr& observer);
     HvErrorType RegisterInterfaceListObserver(const IInterfaceListObserverPtr& observer);

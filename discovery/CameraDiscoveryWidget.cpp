@@ -125,6 +125,8 @@ void CameraDiscoveryWidget::buildControls()
 
     m_openCloseStack = new QStackedWidget(this);
     m_openCloseStack->setObjectName(QStringLiteral("stackOpenClose"));
+    // A button's height, not half the dock: the tree takes the spare room.
+    m_openCloseStack->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     m_btnOpen = new QPushButton(tr("Open Selected Camera"), m_openCloseStack);
     m_btnOpen->setObjectName(QStringLiteral("btnOpenCamera"));
     m_btnOpen->setEnabled(false);

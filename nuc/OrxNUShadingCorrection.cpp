@@ -7,9 +7,13 @@
 #include "OrxDialogs.h"
 #include "OrxPixmapLabel.h"
 #include "OrxSettings.h"
+#include "OxCamera.h"
+#include "OxFeatureContainer.h"
+#include "SdkText.h"
 #include "ui_OrxNUShadingCorrection.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -22,6 +26,37 @@ namespace {
 QString directoryOf(const QString& filePath)
 {
     return QDir::cleanPath(QFileInfo(filePath).absolutePath());
+}
+
+// Item data roles of the map selector's entries.
+constexpr int UserMapFileRole = Qt::UserRole;      // "nuc_usermap<k>.ge3"
+constexpr int ReadBlockedRole = Qt::UserRole + 1;  // File Access refuses reading
+constexpr int WriteBlockedRole = Qt::UserRole + 2; // File Access refuses writing
+constexpr int ChunkIdRole = Qt::UserRole + 3;      // the entry's map id
+
+// Registers of cameras that take shading maps by raw memory writes.
+constexpr unsigned int ShadingControlRegister = 0x105FFFE0;
+constexpr unsigned int ShadingMapSelectRegister = 0x105FFFE4;
+
+// Map ids of the slots that hold a shading map this program can make.
+bool isShadingMapId(qint64 id)
+{
+    return (id <= 8193 && (id >= 8192 || id == 2432)) || id == 8196;
+}
+
+QStringList entryNames(OxFeatureContainer* features, const char* name)
+{
+    std::vector<Hvx::EnumEntry> entries;
+    QStringList names;
+    if (features == nullptr || !features->GetSubFeatures(name, &entries))
+        return names;
+    for (const Hvx::EnumEntry& entry : entries) {
+        QString text;
+        if (ReadSdkText([&entry](char* b, unsigned int& l) { return entry.GetName(b, l); }, text) ==
+            HvErrorSuccess)
+            names << text;
+    }
+    return names;
 }
 
 class WaitCursor
@@ -49,11 +84,275 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
         connect(selection, &QItemSelectionModel::selectionChanged, button,
                 [button, selection] { button->setEnabled(selection->hasSelection()); });
     }
+    connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
+            &OrxNUShadingCorrection::finishFileTask, Qt::UniqueConnection);
+    connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::activated), this,
+            &OrxNUShadingCorrection::enableButtons);
 }
 
 OrxNUShadingCorrection::~OrxNUShadingCorrection()
 {
+    // A transfer still running works on the camera; it has to end first.
+    fileTaskWatcher.waitForFinished();
+    delete camera;
     delete ui;
+}
+
+// ---- Camera binding ------------------------------------------------------------
+
+bool OrxNUShadingCorrection::Init(OxCamera* newCamera)
+{
+    camera = newCamera;
+    featureContainer = camera != nullptr ? camera->GetFeatureContainer() : nullptr;
+    const QString name = camera != nullptr ? camera->GetCameraName() : QString();
+    const QString firmware = camera != nullptr ? camera->GetCameraManufacturerInfo() : QString();
+    ui->lblCameraName->setText(name + tr("\nFirmware: ") + firmware);
+
+    endianess = camera != nullptr && camera->IsBigEndian();
+    noMapSelector = false;
+    input.bitDepth = 0;
+    input.width = 0;
+    input.height = 0;
+    imageFormat = QImage::Format_Indexed8;
+    ui->TargetOffsetEdit->setText(QString::number(NucTargets::DefaultOffset));
+
+    OrxSettings* settings = OrxSettings::getInstance();
+    lastImageDir = settings->Get("Directory", "SaveImageDir", QVariant()).toString();
+    lastMapDir = settings->Get("Directory", "SHCSettingsFileDir", QVariant()).toString();
+
+    addShadingMapEntries();
+    if (ui->cmbShadingMapSelector->count() == 0)
+        noMapSelector = true;
+    addUserMapEntries();
+    probeFileAccess();
+
+    // A Reset of an earlier camera let go of the transfer's end report.
+    connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
+            &OrxNUShadingCorrection::finishFileTask, Qt::UniqueConnection);
+    enableButtons();
+    initTranferProgress();
+    return ui->cmbShadingMapSelector->count() > 0;
+}
+
+void OrxNUShadingCorrection::addShadingMapEntries()
+{
+    const QStringList files = entryNames(featureContainer, "FileSelector");
+    // Cameras that number their map slots from 1 keep maps of another kind.
+    if (!files.contains(QStringLiteral("ShadingMap") + QStringLiteral("0")))
+        return;
+    for (const QString& file : files) {
+        if (!file.startsWith(QStringLiteral("ShadingMap")))
+            continue;
+        if (!featureContainer->SetValue("FileSelector", file))
+            continue;
+        QVariant chunkId;
+        const qint64 id = featureContainer->GetValue("FileChunkId", chunkId)
+                              ? chunkId.toLongLong()
+                              : qint64(NucTargets::DefaultMapId);
+        if (!isShadingMapId(id))
+            continue;
+        ui->cmbShadingMapSelector->addItem(file);
+        ui->cmbShadingMapSelector->setItemData(ui->cmbShadingMapSelector->count() - 1, int(id),
+                                               ChunkIdRole);
+    }
+}
+
+void OrxNUShadingCorrection::addUserMapEntries()
+{
+    const QStringList entries = entryNames(featureContainer, "NucControl");
+    if (entries.isEmpty()) {
+        hasNucControl = false;
+        return;
+    }
+    int k = 0;
+    for (const QString& entry : entries) {
+        if (!entry.contains(QStringLiteral("NucUserMap")))
+            continue;
+        ui->cmbShadingMapSelector->addItem(entry, QStringLiteral("nuc_usermap%1.ge3").arg(k++));
+    }
+    ui->targetUserMapFileWidget->show();
+    hasNucControl = true;
+}
+
+void OrxNUShadingCorrection::probeFileAccess()
+{
+    QComboBox* selector = ui->cmbShadingMapSelector;
+    if (selector->count() == 0 || selector->currentIndex() < 0)
+        return;
+    fileAccessAvailable = true;
+    for (int i = 0; i < selector->count(); ++i) {
+        bool readBlocked = false;
+        bool writeBlocked = false;
+        if (featureContainer->SetValue("FileSelector", selector->itemText(i)))
+            camera->GetFileAccessMode(&readBlocked, &writeBlocked);
+        selector->setItemData(i, readBlocked, ReadBlockedRole);
+        selector->setItemData(i, writeBlocked, WriteBlockedRole);
+    }
+}
+
+void OrxNUShadingCorrection::initTranferProgress() {}
+
+void OrxNUShadingCorrection::enableButtons()
+{
+    const bool imagesLoaded = quint64(input.width) * input.height != 0;
+    bool uploadAllowed = false;
+    if (noMapSelector) {
+        ui->btnDownloadMapToFile->setEnabled(true);
+        uploadAllowed = fileAccessAvailable;
+    } else {
+        const bool readBlocked = ui->cmbShadingMapSelector->currentData(ReadBlockedRole).toBool();
+        const bool writeBlocked = ui->cmbShadingMapSelector->currentData(WriteBlockedRole).toBool();
+        ui->btnDownloadMapToFile->setEnabled(!readBlocked);
+        uploadAllowed = fileAccessAvailable && !writeBlocked;
+    }
+    ui->btnUploadLocalMap->setEnabled(uploadAllowed);
+    ui->btnUploadMapToCam->setEnabled(uploadAllowed && imagesLoaded);
+    ui->btnSaveMapToFile->setEnabled(imagesLoaded);
+    if (noMapSelector && !hasNucControl)
+        ui->btnDownloadMapToFile->setEnabled(false);
+}
+
+void OrxNUShadingCorrection::Reset()
+{
+    QFuture<bool> task = fileTaskWatcher.future();
+    if (task.isRunning())
+        task.cancel();
+    fileTaskWatcher.waitForFinished();
+    // The end of a task cut short here must not report on a camera that is gone.
+    disconnect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
+               &OrxNUShadingCorrection::finishFileTask);
+
+    delete camera;
+    camera = nullptr;
+    featureContainer = nullptr;
+    input.reset();
+    ui->listDarkImagePath->clear();
+    ui->listBrightImagePath->clear();
+    ui->btnDeleteDarkImage->setEnabled(false);
+    ui->btnDeleteBrightImage->setEnabled(false);
+    ui->lblMeanImageDark->setImage(QImage());
+    ui->lblMeanImageBright->setImage(QImage());
+    ui->cmbShadingMapSelector->clear();
+    ui->targetUserMapFileWidget->hide();
+    input.width = 0;
+    input.height = 0;
+    imageFormat = QImage::Format_Grayscale16;
+    endianess = true;
+    noMapSelector = false;
+    registerAccess = false;
+    input.bitDepth = 0;
+    fileAccessAvailable = false;
+    mapId = NucTargets::DefaultMapId;
+}
+
+void OrxNUShadingCorrection::finishFileTask()
+{
+    const QString task = fileTaskWatcher.objectName();
+    const QString title = tr("File Access");
+    const QFuture<bool> future = fileTaskWatcher.future();
+    const bool succeeded =
+        !fileTaskWatcher.isCanceled() && future.resultCount() > 0 && future.resultAt(0);
+    if (succeeded) {
+        OrxDialogs::instance().information(this, title,
+                                           tr("%1 task has been successfully done.").arg(task));
+        enableButtons();
+        return;
+    }
+    OrxDialogs::instance().information(this, title,
+                                       tr("%1 Error occurs during File Access.").arg(task));
+    enableButtons();
+    if (task.contains(QStringLiteral("Upload Local File"), Qt::CaseSensitive))
+        ui->btnUploadMapToCam->setEnabled(false);
+}
+
+bool OrxNUShadingCorrection::SaveSettingsToUserSet()
+{
+    const bool saved = camera != nullptr && camera->SaveToUserSet();
+    if (saved)
+        OrxDialogs::instance().information(this, tr("User Set Control"),
+                                           tr("Save settings successful"));
+    return saved;
+}
+
+void OrxNUShadingCorrection::SaveSettignsToUserSet() {}
+
+bool OrxNUShadingCorrection::isParamlocked()
+{
+    QVariant locked;
+    return featureContainer != nullptr && featureContainer->GetValue("TLParamsLocked", locked) &&
+           locked.toLongLong() == 1;
+}
+
+bool OrxNUShadingCorrection::isRegisterAccessUsed()
+{
+    return registerAccess;
+}
+
+// ---- Shading correction on the camera -------------------------------------------
+
+bool OrxNUShadingCorrection::GetRegValue(unsigned int address, unsigned int* value)
+{
+    return camera != nullptr && camera->ReadRegister(address, value);
+}
+
+bool OrxNUShadingCorrection::SetRegValue(unsigned int address, unsigned int value)
+{
+    return camera != nullptr && camera->WriteRegister(address, value);
+}
+
+bool OrxNUShadingCorrection::getShadingCorrectionControlEnable(bool* on)
+{
+    if (hasNucControl || on == nullptr)
+        return false;
+    if (registerAccess) {
+        unsigned int value = 0;
+        if (!GetRegValue(ShadingControlRegister, &value))
+            return false;
+        *on = value == 1;
+        return true;
+    }
+    QVariant value;
+    if (featureContainer == nullptr || !featureContainer->GetValue("Shading_Control", value))
+        return false;
+    *on = value.toLongLong() != 0;
+    return true;
+}
+
+bool OrxNUShadingCorrection::setShadingCorrectionControlEnable(bool on)
+{
+    if (hasNucControl)
+        return false;
+    if (registerAccess)
+        return SetRegValue(ShadingControlRegister, on ? 1u : 0u);
+    return featureContainer != nullptr &&
+           featureContainer->SetValue("Shading_Control", QVariant(qlonglong(on ? 1 : 0)));
+}
+
+bool OrxNUShadingCorrection::getSelectedShadingCorrectionMap(QVariant& map)
+{
+    if (hasNucControl)
+        return featureContainer != nullptr && featureContainer->GetValue("NucControl", map);
+    if (registerAccess) {
+        unsigned int value = 0;
+        if (!GetRegValue(ShadingMapSelectRegister, &value))
+            return false;
+        map = value;
+        return true;
+    }
+    return featureContainer != nullptr && featureContainer->GetValue("Shading_MapSelect", map);
+}
+
+bool OrxNUShadingCorrection::setSelectedShadingCorrectionMap(QVariant const& map)
+{
+    if (hasNucControl) {
+        // User maps are chosen by SetUserMap; this only passes the value on.
+        if (featureContainer != nullptr)
+            featureContainer->SetValue("NucControl", map);
+        return false;
+    }
+    if (registerAccess)
+        return camera != nullptr && camera->WriteRegister(ShadingMapSelectRegister, map.toUInt());
+    return featureContainer != nullptr && featureContainer->SetValue("Shading_MapSelect", map);
 }
 
 OrxNUShadingCorrection::SeriesWidgets OrxNUShadingCorrection::widgets(int which) const
@@ -61,11 +360,6 @@ OrxNUShadingCorrection::SeriesWidgets OrxNUShadingCorrection::widgets(int which)
     if (which == 1)
         return {ui->listDarkImagePath, ui->lblMeanImageDark, ui->btnDeleteDarkImage};
     return {ui->listBrightImagePath, ui->lblMeanImageBright, ui->btnDeleteBrightImage};
-}
-
-bool OrxNUShadingCorrection::isParamlocked()
-{
-    return false;
 }
 
 // ---- Image input -----------------------------------------------------------
@@ -204,14 +498,14 @@ quint16 OrxNUShadingCorrection::targetOffset() const
 bool OrxNUShadingCorrection::create_shading_map()
 {
     if (!noMapSelector)
-        mapId = ui->cmbShadingMapSelector->currentData(Qt::UserRole + 3).toInt();
+        mapId = ui->cmbShadingMapSelector->currentData(ChunkIdRole).toInt();
     return input.createShadingMap(targetGain(), targetOffset(), false);
 }
 
 bool OrxNUShadingCorrection::create_shading_map16()
 {
     if (!noMapSelector)
-        mapId = ui->cmbShadingMapSelector->currentData(Qt::UserRole + 3).toInt();
+        mapId = ui->cmbShadingMapSelector->currentData(ChunkIdRole).toInt();
     return input.createShadingMap(targetGain(), targetOffset(), true);
 }
 
@@ -320,6 +614,8 @@ void OrxNUShadingCorrection::rememberMapDir(const QString& filePath)
 
 bool OrxNUShadingCorrection::LoadMap()
 {
+    if (hasNucControl)
+        return LoadDopoMap(QString());
     const QString path = OrxDialogs::instance().getOpenFileName(nullptr, tr("Import Map"),
                                                                 lastMapDir, tr("bin (*.bin)"));
     if (path.isEmpty())
@@ -368,7 +664,7 @@ bool OrxNUShadingCorrection::SaveDopoMap(QString dir)
         OrxSettings::getInstance()->Set("Directory", "SHCSettingsFileDir", dir);
     }
     const QString path =
-        dir + "//" + ui->cmbShadingMapSelector->currentData(Qt::UserRole).toString();
+        dir + "//" + ui->cmbShadingMapSelector->currentData(UserMapFileRole).toString();
 
     QVector<quint16> words(int(input.brightParams.width * input.brightParams.height), 0);
     getBinMap(words.data());
@@ -379,6 +675,46 @@ bool OrxNUShadingCorrection::SaveDopoMap(QString dir)
         return false;
     rememberMapDir(path);
     return result == NucMapFile::SaveResult::Saved;
+}
+
+void OrxNUShadingCorrection::SetUserMap(QString name)
+{
+    const int k =
+        ui->cmbShadingMapSelector->findText(name, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (k < 0)
+        return;
+    // The camera numbers its user maps after its off and factory settings.
+    if (featureContainer != nullptr)
+        featureContainer->SetValue("nucControl", QVariant(qlonglong(k + 5)));
+    ui->cmbShadingMapSelector->setCurrentIndex(k);
+}
+
+bool OrxNUShadingCorrection::LoadDopoMap(QString dir)
+{
+    QString path;
+    if (!dir.isEmpty()) {
+        path = dir + "//" + ui->cmbShadingMapSelector->currentData(UserMapFileRole).toString();
+    } else {
+        path = OrxDialogs::instance().getOpenFileName(nullptr, tr("Import Map"), lastMapDir,
+                                                      tr("ge3 (nuc_usermap*.ge3)"));
+        if (path.isEmpty())
+            return false;
+    }
+    const QString fileName = QFileInfo(path).fileName();
+    if (!hasNucControl && ui->cmbShadingMapSelector->findText(
+                              fileName, Qt::MatchExactly | Qt::MatchCaseSensitive) < 0) {
+        OrxDialogs::instance().information(this, tr("Load User Map"),
+                                           tr("Invalid user map file name"));
+        return false;
+    }
+    SetUserMap(ui->cmbShadingMapSelector->currentText());
+    long bytesWritten = 0;
+    const bool uploaded =
+        camera != nullptr &&
+        camera->UploadLocalFile(QFile::encodeName(fileName).constData(),
+                                QFile::encodeName(path).constData(), "Userfile", &bytesWritten);
+    rememberMapDir(path);
+    return uploaded;
 }
 
 // ---- Targets and camera row --------------------------------------------------

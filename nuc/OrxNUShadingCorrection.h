@@ -3,10 +3,16 @@
 #include "LogType.h"
 #include "NucImageInput.h"
 
+#include <QFutureWatcher>
 #include <QImage>
 #include <QString>
+#include <QVariant>
 #include <QWidget>
 
+#include <cstdint>
+
+class OxCamera;
+class OxFeatureContainer;
 class QListWidget;
 class QListWidgetItem;
 class QPushButton;
@@ -17,13 +23,12 @@ class OrxNUShadingCorrection;
 }
 
 // The "NUC Shading Assistant" panel: two image lists whose files are folded
-// into the dark and bright series, map generation, and saving or importing
-// maps. Everything it computes or encodes is done by the NUC core, which the
-// command-line tool shares.
+// into the dark and bright series, map generation, saving or importing maps,
+// and the opened camera's map slots. Everything it computes or encodes is done
+// by the NUC core, which the command-line tool shares.
 //
-// Binding to an opened camera (Init/Reset), the shading map selector's filling
-// from the camera and the transfers to and from the camera are not part of
-// this class yet; the flags they will set are the protected members below.
+// Init binds the panel to an opened camera, which the panel then owns until
+// Reset deletes it.
 class OrxNUShadingCorrection : public QWidget
 {
     Q_OBJECT
@@ -31,6 +36,14 @@ class OrxNUShadingCorrection : public QWidget
 public:
     explicit OrxNUShadingCorrection(QWidget* parent = nullptr);
     ~OrxNUShadingCorrection() override;
+
+    // Fills the map selector from the camera and decides which transfers it
+    // offers. False when the camera has no usable map entry; the panel keeps
+    // the camera until Reset all the same.
+    bool Init(OxCamera* camera);
+    // Waits for a running transfer, deletes the camera and forgets every image
+    // and map entry.
+    void Reset();
 
     // Image input; which is 1 for the dark series, 2 for the bright one.
     bool loadImagefromFile(QString const& path, int which);
@@ -43,16 +56,35 @@ public:
     bool SaveMap(QString const& path);
     bool LoadMap();
     bool SaveDopoMap(QString dir);
+    bool LoadDopoMap(QString dir);
+    void SetUserMap(QString name);
     void shading_map_reset();
     void setEndianess(bool endianess);
 
-    // True while the camera's parameters are locked (streaming). No camera is
-    // bound yet, so nothing is locked.
+    // True while the camera's transport-layer parameters are locked, that is
+    // while it streams; maps must not be uploaded then.
     bool isParamlocked();
+    bool isRegisterAccessUsed();
+
+    // Shading correction on the camera, by whichever means it offers: user
+    // map cameras have none of their own, others a feature pair or registers.
+    bool getShadingCorrectionControlEnable(bool* on);
+    bool setShadingCorrectionControlEnable(bool on);
+    bool getSelectedShadingCorrectionMap(QVariant& map);
+    bool setSelectedShadingCorrectionMap(QVariant const& map);
+    bool GetRegValue(unsigned int address, unsigned int* value);
+    bool SetRegValue(unsigned int address, unsigned int value);
 
 signals:
     void cameraCloseRequested();
     void sendLogMessage(QString message, LogType type);
+
+public slots:
+    void enableButtons();
+    void finishFileTask();
+    bool SaveSettingsToUserSet();
+    // Kept for callers of the old spelling; saving is SaveSettingsToUserSet.
+    void SaveSettignsToUserSet();
 
 private slots:
     void on_listDarkImagePath_itemPressed(QListWidgetItem* item);
@@ -71,17 +103,26 @@ private slots:
 protected:
     void _addSelectedFiles(int which);
     void _deleteSelectedFiles(int which);
+    // Progress reporting of transfers; nothing to set up while the panel has
+    // no transfers of its own.
+    void initTranferProgress();
 
-    // Set when a camera is bound: which map transfers and byte order apply.
+    OxFeatureContainer* featureContainer = nullptr;
+    OxCamera* camera = nullptr;
+    QImage::Format imageFormat = QImage::Format_Grayscale16;
     bool endianess = true;
     bool noMapSelector = false;
+    // Maps go to the camera by raw memory writes instead of File Access.
+    // Nothing sets it: every camera served so far takes maps as files.
+    bool registerAccess = false;
     bool hasNucControl = false;
+    bool fileAccessAvailable = false;
     qint32 mapId = 8193;
-    QImage::Format imageFormat = QImage::Format_Grayscale16;
+    QFutureWatcher<bool> fileTaskWatcher;
     QString lastImageDir;
     QString lastMapDir;
     // The two series, their mean images (shown in the mean image labels), the
-    // common image size and bitDepth.
+    // common image size (width, height) and bitDepth.
     NucImageInput input;
 
 private:
@@ -96,6 +137,9 @@ private:
     void rememberMapDir(const QString& filePath);
     float targetGain() const;
     quint16 targetOffset() const;
+    void addShadingMapEntries();
+    void addUserMapEntries();
+    void probeFileAccess();
 
     Ui::OrxNUShadingCorrection* ui;
 };

@@ -4,9 +4,10 @@
 
 #include <QComboBox>
 
-// The panel as it is after a camera was bound: depth open, one shading map
-// entry in the selector. Binding a camera is not available to these tests, so
-// the state that binding sets is set here directly.
+// The panel as Init leaves it for a camera with one shading map slot (depth
+// open, one entry in the selector), without a camera: the image, generation
+// and map file tests need no camera SDK. Init itself on simulated cameras is
+// tested in TestPanelCamera.
 class PanelUnderTest : public OrxNUShadingCorrection
 {
 public:

@@ -382,13 +382,19 @@ private slots:
         Panel panel;
         QVERIFY(bind(panel, dialogs, "RESET-1", 64, 32));
         const QByteArray map = savedBin(panel, dialogs);
-        // Every File Access command now completes only at the next poll.
+        // Every File Access command now completes only at the next poll, so
+        // the transfer is still on the camera when Reset comes.
         QCOMPARE(sim->control().SetCommandLatency("RESET-1", "FileOperationExecute", 300), 0);
+        QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
         dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadMapToCam")->click();
-        QVERIFY(panel.fileTaskWatcher.isRunning());
+        // A task cancelled before it starts never runs; this one is under way.
+        QTRY_VERIFY(sim->trace("RESET-1").contains("FileOperationSelector set Open"));
+        QCOMPARE(log.size(), 0);
 
         panel.Reset();
+        // The worker's last act, its log line, came before Reset returned.
+        QCOMPARE(log.size(), 1);
         QVERIFY(panel.fileTaskWatcher.future().isFinished());
         QCOMPARE(panel.camera, nullptr);
         QCOMPARE(sim->storedFile("RESET-1", "ShadingMap0"), map);

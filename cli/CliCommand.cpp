@@ -1,7 +1,10 @@
 #include "CliCommand.h"
 
+#include "CamerasCommand.h"
+#include "DownloadCommand.h"
 #include "GenerateCommand.h"
 #include "InfoCommand.h"
+#include "UploadCommand.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -16,6 +19,14 @@ const QList<CliCommand>& cliCommands()
         {"info",
          QCoreApplication::translate("orvex-nuc", "Describe a .bin, .ge3 or float map file."),
          runInfoCommand},
+        {"cameras", QCoreApplication::translate("orvex-nuc", "List the detected cameras."),
+         runCamerasCommand},
+        {"upload",
+         QCoreApplication::translate("orvex-nuc", "Upload a map file to a camera's map entry."),
+         runUploadCommand},
+        {"download",
+         QCoreApplication::translate("orvex-nuc", "Read a camera's map entry into a file."),
+         runDownloadCommand},
     };
     return commands;
 }

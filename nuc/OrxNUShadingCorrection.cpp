@@ -190,8 +190,6 @@ void OrxNUShadingCorrection::probeFileAccess()
     }
 }
 
-void OrxNUShadingCorrection::initTranferProgress() {}
-
 void OrxNUShadingCorrection::enableButtons()
 {
     const bool imagesLoaded = quint64(input.width) * input.height != 0;

@@ -10,11 +10,13 @@
 #include <QWidget>
 
 #include <cstdint>
+#include <functional>
 
 class OxCamera;
 class OxFeatureContainer;
 class QListWidget;
 class QListWidgetItem;
+class QProgressDialog;
 class QPushButton;
 class OrxPixmapLabel;
 
@@ -75,12 +77,22 @@ public:
     bool GetRegValue(unsigned int address, unsigned int* value);
     bool SetRegValue(unsigned int address, unsigned int value);
 
+    // Transfers. The raw memory path blocks the caller and is taken only
+    // with the register-access flag; the user map upload runs as a file task.
+    bool upload_shading_map();
+    bool upload_dopo_map();
+    // Drives the progress dialog; finished with a value other than -1 (only
+    // after the raw memory path) offers the User Set save.
+    void progressBarValueChanged(bool finished, int value);
+
 signals:
     void cameraCloseRequested();
     void sendLogMessage(QString message, LogType type);
 
 public slots:
     void enableButtons();
+    // Progress of the camera's device file transfers, in bytes still to go.
+    void progressBar_valueChanged(int64_t remaining, QString fileName, QString fileOperation);
     void finishFileTask();
     bool SaveSettingsToUserSet();
     // Kept for callers of the old spelling; saving is SaveSettingsToUserSet.
@@ -99,12 +111,15 @@ private slots:
     void on_TargetOffsetEdit_editingFinished();
     void on_TargetGainEdit_editingFinished();
     void on_btnCloseCamera_clicked();
+    void on_btnUploadMapToCam_clicked();
+    void on_btnUploadLocalMap_clicked();
+    void on_btnDownloadMapToFile_clicked();
 
 protected:
     void _addSelectedFiles(int which);
     void _deleteSelectedFiles(int which);
-    // Progress reporting of transfers; nothing to set up while the panel has
-    // no transfers of its own.
+    // Creates the (hidden) progress dialog once and takes the camera's
+    // transfer progress to it.
     void initTranferProgress();
 
     OxFeatureContainer* featureContainer = nullptr;
@@ -119,6 +134,10 @@ protected:
     bool fileAccessAvailable = false;
     qint32 mapId = 8193;
     QFutureWatcher<bool> fileTaskWatcher;
+    // Shown while a transfer reports progress; lives as long as the panel.
+    QProgressDialog* transferProgressDialog = nullptr;
+    // Bytes of the running transfer at its first report; 0 when none runs.
+    qint64 transferTotal = 0;
     QString lastImageDir;
     QString lastMapDir;
     // The two series, their mean images (shown in the mean image labels), the
@@ -140,6 +159,10 @@ private:
     void addShadingMapEntries();
     void addUserMapEntries();
     void probeFileAccess();
+    // Runs a transfer on the global thread pool under the watcher, with the
+    // transfer buttons off until it ends.
+    void startFileTask(const QString& name, std::function<bool()> work);
+    QVector<quint16> generatedMapWords();
 
     Ui::OrxNUShadingCorrection* ui;
 };

@@ -1,0 +1,280 @@
+#include "ApiController.h"
+#include "NucMapFile.h"
+#include "SimSession.h"
+
+#include <Hvx/HvSystem.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QtTest>
+
+namespace {
+
+struct Run
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+Run orvexNuc(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(ORVEX_NUC_BINARY, arguments);
+    Run run;
+    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
+        return run;
+    run.exitCode = process.exitCode();
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
+bool writeFile(const QString& path, const QByteArray& data)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
+}
+
+// A map whose words differ from pixel to pixel and from the neutral factory map.
+QByteArray mapFile(bool user, int width, int height, int seed = 1)
+{
+    QVector<quint16> words(width * height);
+    for (int i = 0; i < words.size(); ++i)
+        words[i] = quint16((i * 2654435761u + seed) >> 7);
+    return user ? NucMapFile::userMapFile(width, height, words)
+                : NucMapFile::binFile(8193, width, height, words);
+}
+
+QJsonObject with(QJsonObject object, const QString& key, const QJsonValue& value)
+{
+    object.insert(key, value);
+    return object;
+}
+
+QJsonObject shadingCamera(const char* id, int width = 64, int height = 32)
+{
+    QJsonObject cam = QJsonDocument::fromJson(R"({"transport": "GigE", "model": "kva640MXGE",
+        "files": [{"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193},
+                  {"selector": "ShadingMap1", "kind": "shadingMap", "write": false},
+                  {"selector": "Notes", "kind": "plain"}]})")
+                          .object();
+    cam.insert("id", id);
+    cam.insert("serial", QString("SN-%1").arg(id));
+    cam.insert("width", width);
+    return with(cam, "height", height);
+}
+
+QJsonObject userMapCamera(const char* id)
+{
+    return with(with(shadingCamera(id, 40, 24), "nucUserMaps", 3), "files",
+                QJsonArray{QJsonObject{{"selector", "Userfile"}, {"kind", "userMap"}}});
+}
+
+} // namespace
+
+class TestOrvexNucCameras : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void listsCompatibleCamerasAsJson()
+    {
+        SimSession sim({shadingCamera("A-1"), with(shadingCamera("OTHER-1"), "model", "gx1280C"),
+                        with(shadingCamera("HELD-1"), "heldByOtherApplication", true),
+                        userMapCamera("U-1")});
+        QVERIFY(sim.ok());
+        const Run run = orvexNuc({"cameras", "--json"});
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.err, QString());
+        const QJsonArray array = QJsonDocument::fromJson(run.out.toUtf8()).array();
+
+        // Each object is the controller's own information map, key for key.
+        ApiController controller;
+        QStringList listed;
+        for (const QJsonValue& value : array) {
+            const QString plainId = value.toObject().value("Camera ID").toString();
+            listed << plainId;
+            const CameraInfoMap info = controller.GetCameraInfo(sim.camera(qPrintable(plainId)));
+            QCOMPARE(value.toObject().keys(), info.keys());
+            QCOMPARE(value.toObject(), QJsonObject::fromVariantMap(info));
+        }
+        QCOMPARE(listed, (QStringList{"A-1", "HELD-1", "U-1"}));
+    }
+
+    void listsCamerasAsText()
+    {
+        SimSession sim({shadingCamera("A-1"), with(shadingCamera("OTHER-1"), "model", "gx1280C")});
+        QVERIFY(sim.ok());
+        const QStringList lines = orvexNuc({"cameras", "--all"}).out.split('\n');
+        QCOMPARE(lines.mid(0, 6),
+                 (QStringList{"sim::A-1", "  Extended ID:     sim::A-1", "  Camera ID:       A-1",
+                              "  Model Name:      kva640MXGE", "  Camera Name:     kva640MXGE",
+                              "  Serial No.:      SN-A-1"}));
+        QCOMPARE(lines.mid(9, 4),
+                 (QStringList{"  Full Access:     yes", "  Compatible:      yes (kva)", "",
+                              "sim::OTHER-1"}));
+        QCOMPARE(lines.value(22), QString("  Compatible:      no"));
+        QCOMPARE(orvexNuc({"cameras"}).out.split('\n').size(), 12); // A-1 only
+    }
+
+    void transfers_data()
+    {
+        QTest::addColumn<QJsonObject>("camera");
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<QByteArray>("map");
+        QTest::addColumn<QStringList>("storedAs"); // selector, file name
+        QTest::addColumn<QStringList>("progress"); // remaining bytes of upload; of download
+
+        for (const char* id : {"sim::A-1", "A-1", "SN-A-1"})
+            QTest::addRow("shading map, camera %s", id)
+                << shadingCamera("A-1") << id << "ShadingMap0" << mapFile(false, 64, 32, 7)
+                << QStringList{"ShadingMap0", ""} << QStringList{"0", "0"};
+        // 163872 bytes: chunks of 65536, 65536 and 32800; an upload is silent
+        // about its last two chunks.
+        QTest::addRow("three chunks")
+            << shadingCamera("A-1", 320, 256) << "A-1"
+            << "ShadingMap0" << mapFile(false, 320, 256, 3) << QStringList{"ShadingMap0", ""}
+            << QStringList{"98336 0", "98336 32800 0"};
+        QTest::addRow("user map") << userMapCamera("A-1") << "A-1"
+                                  << "NucUserMap1" << mapFile(true, 40, 24, 5)
+                                  << QStringList{"Userfile", "nuc_usermap1.ge3"}
+                                  << QStringList{"0", "0"};
+    }
+
+    void transfers()
+    {
+        QFETCH(QJsonObject, camera);
+        QFETCH(QString, id);
+        QFETCH(QString, entry);
+        QFETCH(QByteArray, map);
+        QFETCH(QStringList, storedAs);
+        QFETCH(QStringList, progress);
+        SimSession sim({camera, with(with(camera, "id", "B-1"), "serial", "SN-B-1")});
+        QVERIFY(sim.ok());
+        QVERIFY(writeFile(sim.path("map"), map));
+        const QString name = storedAs[1].isEmpty() ? storedAs[0] : storedAs[1];
+        auto progressLines = [&](const QString& operation, const QString& remaining) {
+            QString lines;
+            for (const QString& bytes : remaining.split(' '))
+                lines += QString("%1 %2: %3 bytes to go\n").arg(operation, name, bytes);
+            return lines;
+        };
+
+        const Run up = orvexNuc({"upload", "--camera", id, "--entry", entry, sim.path("map")});
+        QCOMPARE(up.exitCode, 0);
+        QCOMPARE(
+            up.out,
+            QString("%1 bytes written to %2 of camera sim::A-1.\n").arg(map.size()).arg(entry));
+        QCOMPARE(up.err, progressLines("Write", progress[0]));
+        const QByteArray stored =
+            sim.storedFile("A-1", qPrintable(storedAs[0]), qPrintable(storedAs[1]));
+        QCOMPARE(stored, map);
+        QVERIFY(sim.storedFile("B-1", qPrintable(storedAs[0]), qPrintable(storedAs[1])) != map);
+
+        const Run down = orvexNuc({"download", "--camera", id, "--entry", entry, sim.path("back")});
+        QCOMPARE(down.exitCode, 0);
+        QCOMPARE(down.out, QString("%1 bytes read from %2 of camera sim::A-1 into %3.\n")
+                               .arg(map.size())
+                               .arg(entry, sim.path("back")));
+        QCOMPARE(down.err, progressLines("Read", progress[1]));
+        QCOMPARE(readFile(sim.path("back")), map);
+    }
+
+    void failures_data()
+    {
+        QTest::addColumn<QJsonObject>("camera");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QString>("message");
+
+        const QJsonObject plain = shadingCamera("A-1");
+        auto failing = [](QJsonObject camera, const char* operation) {
+            return with(
+                camera, "faults",
+                QJsonObject{{"failOperations",
+                             QJsonArray{QJsonObject{{"operation", operation}, {"chunk", 2}}}}});
+        };
+        const QByteArray map = mapFile(false, 64, 32);
+        QTest::addRow("unknown camera")
+            << with(plain, "id", "Z-9") << "upload"
+            << "ShadingMap0" << map
+            << "orvex-nuc upload: no camera has the ID or serial number 'A-1'";
+        QTest::addRow("unknown entry")
+            << plain << "download"
+            << "ShadingMap7" << QByteArray()
+            << "orvex-nuc download: camera sim::A-1 has no entry 'ShadingMap7' (entries: "
+               "ShadingMap0, ShadingMap1, Notes)";
+        QTest::addRow("held by another application")
+            << with(plain, "heldByOtherApplication", true) << "download"
+            << "ShadingMap0" << QByteArray()
+            << "orvex-nuc download: camera sim::A-1 is held by another application";
+        QTest::addRow("parameters locked")
+            << with(plain, "tlParamsLocked", true) << "upload"
+            << "ShadingMap0" << map
+            << "orvex-nuc upload: the parameters of camera sim::A-1 are locked "
+               "(\"TLParamsLocked\"); stop streaming before uploading a map";
+        QTest::addRow("user map into a shading-map entry")
+            << plain << "upload"
+            << "ShadingMap0" << mapFile(true, 64, 32)
+            << "orvex-nuc upload: %1 is not a .bin file (it is a .ge3 user map file); the "
+               "shading-map entry ShadingMap0 takes .bin map files";
+        QTest::addRow("entry refuses writes")
+            << plain << "upload"
+            << "ShadingMap1" << map
+            << "orvex-nuc upload: camera sim::A-1 refused the upload to ShadingMap1";
+        QTest::addRow("map of another size")
+            << plain << "upload"
+            << "ShadingMap0" << mapFile(false, 32, 32)
+            << "orvex-nuc upload: camera sim::A-1 refused the upload to ShadingMap0";
+        QTest::addRow("short transfer")
+            << failing(plain, "Write") << "upload"
+            << "Notes" << QByteArray(150000, 'n')
+            << "orvex-nuc upload: short transfer: 65536 of 150000 bytes reached Notes";
+        QTest::addRow("download fails")
+            << failing(shadingCamera("A-1", 320, 256), "Read") << "download"
+            << "ShadingMap0" << QByteArray()
+            << "orvex-nuc download: the download of ShadingMap0 from camera sim::A-1 failed "
+               "after 65536 bytes; %1 holds what was read";
+    }
+
+    void failures()
+    {
+        QFETCH(QJsonObject, camera);
+        QFETCH(QString, command);
+        QFETCH(QString, entry);
+        QFETCH(QByteArray, file);
+        QFETCH(QString, message);
+        SimSession sim({camera});
+        QVERIFY(sim.ok());
+        const QString plainId = camera.value("id").toString();
+        const QString selector = entry == "Notes" ? entry : "ShadingMap0";
+        const QByteArray before = sim.storedFile(qPrintable(plainId), qPrintable(selector));
+        const QString path = sim.path("file");
+        if (command == "upload")
+            QVERIFY(writeFile(path, file));
+
+        const Run run = orvexNuc({command, "--camera", "A-1", "--entry", entry, path});
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(run.out, QString());
+        QCOMPARE(run.err.split('\n', Qt::SkipEmptyParts).last(),
+                 message.contains("%1") ? message.arg(path) : message);
+        // A refused upload leaves the camera's file as it was; a plain device
+        // file keeps what arrived before the failing chunk.
+        QCOMPARE(sim.storedFile(qPrintable(plainId), qPrintable(selector)),
+                 entry == "Notes" ? file.left(65536) : before);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestOrvexNucCameras)
+#include "TestOrvexNucCameras.moc"

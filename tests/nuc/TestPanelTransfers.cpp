@@ -1,0 +1,461 @@
+// The panel's map transfers against simulated cameras: what reaches the
+// camera, what comes back, the questions and reports, the progress dialog
+// and the raw memory path.
+#include "OrxNUShadingCorrection.h"
+#include "OxCamera.h"
+#include "OxFeatureContainer.h"
+#include "ScriptedDialogs.h"
+#include "SimSession.h"
+#include "TestImages.h"
+
+#include <Hvx/Camera.h>
+
+#include <QComboBox>
+#include <QJsonDocument>
+#include <QProgressBar>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QtEndian>
+#include <QtTest>
+
+namespace {
+
+class Panel : public OrxNUShadingCorrection
+{
+public:
+    using OrxNUShadingCorrection::camera;
+    using OrxNUShadingCorrection::fileTaskWatcher;
+    using OrxNUShadingCorrection::registerAccess;
+    using OrxNUShadingCorrection::transferTotal;
+
+    QPushButton* button(const char* name) const { return findChild<QPushButton*>(name); }
+    QComboBox* selector() const { return findChild<QComboBox*>("cmbShadingMapSelector"); }
+    // Download, upload local, upload generated.
+    QList<bool> transferButtons() const
+    {
+        return {button("btnDownloadMapToFile")->isEnabled(),
+                button("btnUploadLocalMap")->isEnabled(), button("btnUploadMapToCam")->isEnabled()};
+    }
+    QVariant feature(const char* name) const
+    {
+        QVariant value;
+        camera->GetFeatureContainer()->GetValue(name, value);
+        return value;
+    }
+    QByteArray mapArea(unsigned int size) const
+    {
+        QByteArray bytes(int(size), '\0');
+        return camera->Read(0x10100000, bytes.data(), &size) ? bytes : QByteArray("<unread>");
+    }
+};
+
+// Cameras of the tests, one per case so that stored files never mix.
+QJsonObject camera(const char* id, int width, int height, const char* extra = "{}")
+{
+    QJsonObject cam = QJsonDocument::fromJson(extra).object();
+    for (auto [key, value] : {std::pair<const char*, QJsonValue>{"id", id},
+                              {"model", "kva640MXGE"},
+                              {"width", width},
+                              {"height", height},
+                              {"shadingControl", true}})
+        if (!cam.contains(key))
+            cam.insert(key, value);
+    if (!cam.contains("files"))
+        cam.insert("files", QJsonDocument::fromJson(R"([
+            {"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193},
+            {"selector": "ShadingMap1", "kind": "shadingMap", "chunkId": 8196}])")
+                                .array());
+    return cam;
+}
+
+const char* const kUserMaps = R"({"transport": "USB3", "nucUserMaps": 2,
+    "files": [{"selector": "Userfile", "kind": "userMap"}]})";
+
+} // namespace
+
+class TestPanelTransfers : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<SimSession> sim;
+    Hvx::CameraPtr opened;
+
+    // Binds the panel to the camera and generates a map from one dark and
+    // one bright image of the given size.
+    bool bind(Panel& panel, ScriptedDialogs& dialogs, const char* id, int width, int height)
+    {
+        opened = sim->openCamera(id);
+        if (!opened || !panel.Init(new OxCamera(opened, nullptr)))
+            return false;
+        using namespace TestImages;
+        const QString dark = sim->path(QString("%1-dark.png").arg(id));
+        const QString bright = sim->path(QString("%1-bright.png").arg(id));
+        if (!write(grey8(width, height, [](int x, int y) { return 3 + (x + y) % 7; }), dark,
+                   QImage::Format_Grayscale8) ||
+            !write(grey8(width, height, [](int x, int y) { return 140 + (x * 3 + y) % 90; }),
+                   bright, QImage::Format_Grayscale8))
+            return false;
+        dialogs.answer(QStringList{dark});
+        panel.button("btnAddDarkImage")->click();
+        dialogs.answer(QStringList{bright});
+        panel.button("btnAddBrightImage")->click();
+        panel.button("btnGenerateMap")->click();
+        const bool generated = dialogs.calls.last().text == "Generate map successful!";
+        dialogs.calls.clear();
+        return generated;
+    }
+
+    void unbind(Panel& panel)
+    {
+        panel.Reset();
+        if (opened)
+            opened->Close();
+        opened.reset();
+    }
+
+    static bool finished(Panel&, ScriptedDialogs& dialogs, const QString& text)
+    {
+        return QTest::qWaitFor([&] {
+                   return !dialogs.calls.isEmpty() && dialogs.calls.last().title == "File Access";
+               }) &&
+               dialogs.calls.last().text == text;
+    }
+
+    // The .bin the panel saves for the map it holds.
+    QByteArray savedBin(Panel& panel, ScriptedDialogs& dialogs)
+    {
+        dialogs.answer(sim->path("saved.bin"));
+        panel.button("btnSaveMapToFile")->click();
+        dialogs.calls.clear();
+        QFile file(sim->path("saved.bin"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        sim = std::make_unique<SimSession>(QJsonArray{
+            camera("GEN-1", 64, 32), camera("NO-1", 64, 32), camera("LOCAL-1", 64, 32),
+            camera("USER-1", 64, 32, kUserMaps),
+            camera("LOCK-1", 64, 32, R"({"tlParamsLocked": true})"), camera("BIG-1", 640, 512),
+            camera("ONE-1", 64, 32), camera("TWO-1", 300, 200), camera("FAIL-1", 64, 32),
+            camera("RESET-1", 64, 32), camera("RAW-1", 300, 200), camera("CUT-1", 312, 192),
+            camera("TINY-1", 16, 8)});
+        QVERIFY(sim->ok());
+    }
+
+    void cleanupTestCase() { sim.reset(); }
+
+    void uploadGeneratedMap_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<int>("answer");
+        QTest::newRow("yes") << "GEN-1" << int(QMessageBox::Yes);
+        QTest::newRow("no") << "NO-1" << int(QMessageBox::No);
+    }
+
+    void uploadGeneratedMap()
+    {
+        QFETCH(QString, id);
+        QFETCH(int, answer);
+        const QByteArray plainId = id.toLatin1();
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bind(panel, dialogs, plainId, 64, 32));
+        panel.selector()->setCurrentIndex(1);
+        panel.button("btnGenerateMap")->click(); // for the entry's map id
+        const QByteArray map = savedBin(panel, dialogs);
+        QCOMPARE(map.mid(12, 4), QByteArray::fromHex("04200000")); // map id 8196
+        const QByteArray factory = sim->storedFile(plainId, "ShadingMap1");
+        const QList<bool> buttons = panel.transferButtons();
+        QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
+
+        dialogs.answer(QMessageBox::StandardButton(answer));
+        panel.button("btnUploadMapToCam")->click();
+        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::Question);
+        QCOMPARE(dialogs.calls[0].title, QString("Upload Shadin Map"));
+        QCOMPARE(dialogs.calls[0].text,
+                 QString("The uploaded map would overwrite the selected map 'ShadingMap1'.\n"
+                         "Start upload?"));
+        if (answer == QMessageBox::No) {
+            QCOMPARE(dialogs.calls.size(), 1);
+            QCOMPARE(panel.transferButtons(), buttons);
+            QVERIFY(panel.fileTaskWatcher.objectName().isEmpty()); // no task started
+            QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), factory);
+        } else {
+            QCOMPARE(panel.transferButtons(), (QList<bool>{false, false, false}));
+            QVERIFY(
+                finished(panel, dialogs, "Upload Generated Map task has been successfully done."));
+            QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), map);
+            QCOMPARE(log.size(), 1);
+            QCOMPARE(log[0][0].toString(),
+                     QString("Upload device file ShadingMap1: 4128 bytes written."));
+            QCOMPARE(panel.transferButtons(), buttons);
+        }
+        unbind(panel);
+    }
+
+    void localUploadAndDownload()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bind(panel, dialogs, "LOCAL-1", 64, 32));
+        const QByteArray map = savedBin(panel, dialogs);
+        QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
+
+        dialogs.answer(QMessageBox::Yes);
+        dialogs.answer(sim->path("saved.bin"));
+        panel.button("btnUploadLocalMap")->click();
+        QCOMPARE(dialogs.calls[0].title, QString("Upload Local Map"));
+        QCOMPARE(dialogs.calls[0].text,
+                 QString("The uploaded map would overwrite the selected map 'ShadingMap0'.\n"
+                         "Do you want to proceed?"));
+        QCOMPARE(dialogs.calls[1].filter, QString("*.bin"));
+        QVERIFY(finished(panel, dialogs, "Upload Local File task has been successfully done."));
+        QCOMPARE(sim->storedFile("LOCAL-1", "ShadingMap0"), map);
+
+        dialogs.calls.clear();
+        dialogs.answer(sim->path("back.bin"));
+        panel.button("btnDownloadMapToFile")->click();
+        QCOMPARE(dialogs.calls[0].title, QString("Download File As"));
+        QCOMPARE(dialogs.calls[0].text, sim->path("")); // the remembered map folder
+        QVERIFY(finished(panel, dialogs, "Download task has been successfully done."));
+        QFile back(sim->path("back.bin"));
+        QVERIFY(back.open(QIODevice::ReadOnly));
+        QCOMPARE(back.readAll(), map);
+        QCOMPARE(log.size(), 2);
+        QCOMPARE(log[0][0].toString(),
+                 QString("Upload Local Map 'ShadingMap0': 4128 bytes written."));
+        QCOMPARE(log[1][0].toString(),
+                 QString("Download device file ShadingMap0: 4128 bytes written."));
+        unbind(panel);
+    }
+
+    void userMapUploadAndDownload()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bind(panel, dialogs, "USER-1", 64, 32));
+        panel.selector()->setCurrentIndex(1);
+        QDir().mkpath(sim->path("user"));
+        QVERIFY(panel.SaveDopoMap(sim->path("user")));
+        QFile saved(sim->path("user/nuc_usermap1.ge3"));
+        QVERIFY(saved.open(QIODevice::ReadOnly));
+        const QByteArray map = saved.readAll();
+
+        // Generated user maps go by the raw path's branch for user map cameras.
+        panel.registerAccess = true;
+        panel.button("btnUploadMapToCam")->click();
+        QVERIFY(finished(panel, dialogs, "Upload task has been successfully done."));
+        QCOMPARE(dialogs.calls.size(), 1);
+        QCOMPARE(sim->storedFile("USER-1", "Userfile", "nuc_usermap1.ge3"), map);
+
+        // Something else under the file's name, to be overwritten.
+        saved.close();
+        QVERIFY(saved.open(QIODevice::WriteOnly) && saved.write("old") == 3);
+        saved.close();
+        dialogs.calls.clear();
+        dialogs.answer(sim->path("user"));
+        dialogs.answer(QMessageBox::Yes);
+        panel.button("btnDownloadMapToFile")->click();
+        QCOMPARE(dialogs.calls[0].title, QString("Download seelcted user map"));
+        QCOMPARE(dialogs.calls[1].title, QString("Overwrite File"));
+        QCOMPARE(dialogs.calls[1].text,
+                 QString("The file already exists. Do you want to overwrite it?"));
+        QVERIFY(finished(panel, dialogs, "Download task has been successfully done."));
+        QVERIFY(saved.open(QIODevice::ReadOnly));
+        QCOMPARE(saved.readAll(), map);
+        unbind(panel);
+    }
+
+    void parametersLocked()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bind(panel, dialogs, "LOCK-1", 64, 32));
+        const QByteArray factory = sim->storedFile("LOCK-1", "ShadingMap0");
+        // Generation leaves the button off while streaming; the slot refuses too.
+        QVERIFY(!panel.button("btnUploadMapToCam")->isEnabled());
+        QVERIFY(QMetaObject::invokeMethod(&panel, "on_btnUploadMapToCam_clicked"));
+        QCOMPARE(dialogs.calls.size(), 1);
+        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::Critical);
+        QCOMPARE(dialogs.calls[0].title, QString("Upload Map"));
+        QCOMPARE(dialogs.calls[0].text, QString("Stop streaming before uploading map to camera"));
+        QVERIFY(panel.fileTaskWatcher.objectName().isEmpty());
+        QCOMPARE(sim->storedFile("LOCK-1", "ShadingMap0"), factory);
+        unbind(panel);
+    }
+
+    void progress_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::addColumn<QList<int>>("values");
+        // 655392 bytes: 11 chunks, reported after the first nine.
+        QTest::newRow("eleven chunks")
+            << "BIG-1" << 640 << 512 << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 100};
+        QTest::newRow("two chunks") << "TWO-1" << 300 << 200 << QList<int>{};
+        QTest::newRow("one chunk") << "ONE-1" << 64 << 32 << QList<int>{};
+    }
+
+    void progress()
+    {
+        QFETCH(QString, id);
+        QFETCH(int, width);
+        QFETCH(int, height);
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bind(panel, dialogs, id.toLatin1(), width, height));
+        auto* dialog = panel.findChild<QProgressDialog*>();
+        QVERIFY(dialog && !dialog->isVisible());
+        QCOMPARE(dialog->windowTitle(), QString("Map Transfer..."));
+        QSignalSpy bar(dialog->findChild<QProgressBar*>(), &QProgressBar::valueChanged);
+
+        dialogs.answer(QMessageBox::Yes);
+        panel.button("btnUploadMapToCam")->click();
+        QVERIFY(finished(panel, dialogs, "Upload Generated Map task has been successfully done."));
+        QList<int> values;
+        for (const QList<QVariant>& call : bar)
+            values << call[0].toInt();
+        QTEST(values, "values");
+        QVERIFY(!dialog->isVisible());
+        QCOMPARE(panel.transferTotal, qint64(0));
+        unbind(panel);
+    }
+
+    void failedTransfers_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<QString>("faults");
+        QTest::addColumn<QString>("report");
+        QTest::addColumn<QString>("log");
+        QTest::addColumn<bool>("uploadGenerated");
+        QTest::newRow("generated")
+            << "btnUploadMapToCam"
+            << R"({"failOperations": [{"operation": "Close"}]})"
+            << "Upload Generated Map Error occurs during File Access."
+            << "Upload device file ShadingMap0 failed: 0 bytes written." << true;
+        QTest::newRow("local") << "btnUploadLocalMap"
+                               << R"({"failOperations": [{"operation": "Close"}]})"
+                               << "Upload Local File Error occurs during File Access."
+                               << "Upload Local Map 'ShadingMap0' failed: 0 bytes written."
+                               << false;
+        QTest::newRow("download") << "btnDownloadMapToFile"
+                                  << R"({"failOperations": [{"operation": "Read"}]})"
+                                  << "Download Error occurs during File Access."
+                                  << "Download device file ShadingMap0 failed: 0 bytes written."
+                                  << true;
+    }
+
+    void failedTransfers()
+    {
+        QFETCH(QString, button);
+        QFETCH(QString, faults);
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bind(panel, dialogs, "FAIL-1", 64, 32));
+        savedBin(panel, dialogs);
+        QCOMPARE(sim->control().SetFaults("FAIL-1", faults.toStdString()), 0);
+        QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
+
+        if (button != "btnDownloadMapToFile")
+            dialogs.answer(QMessageBox::Yes);
+        if (button != "btnUploadMapToCam")
+            dialogs.answer(sim->path(button == "btnUploadLocalMap" ? "saved.bin" : "failed.bin"));
+        panel.button(qPrintable(button))->click();
+        QFETCH(QString, report);
+        QVERIFY(finished(panel, dialogs, report));
+        QCOMPARE(log.size(), 1);
+        QTEST(log[0][0].toString(), "log");
+        QCOMPARE(log[0][1].value<LogType>(), LogError);
+        QTEST(panel.button("btnUploadMapToCam")->isEnabled(), "uploadGenerated");
+        QVERIFY(panel.button("btnUploadLocalMap")->isEnabled());
+        sim->control().ClearFaults("FAIL-1");
+        unbind(panel);
+    }
+
+    void resetWaitsForRunningTransfer()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bind(panel, dialogs, "RESET-1", 64, 32));
+        const QByteArray map = savedBin(panel, dialogs);
+        // Every File Access command now completes only at the next poll, so
+        // the transfer is still on the camera when Reset comes.
+        QCOMPARE(sim->control().SetCommandLatency("RESET-1", "FileOperationExecute", 300), 0);
+        QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
+        dialogs.answer(QMessageBox::Yes);
+        panel.button("btnUploadMapToCam")->click();
+        // A task cancelled before it starts never runs; this one is under way.
+        QTRY_VERIFY(sim->trace("RESET-1").contains("FileOperationSelector set Open"));
+        QCOMPARE(log.size(), 0);
+
+        panel.Reset();
+        // The worker's last act, its log line, came before Reset returned.
+        QCOMPARE(log.size(), 1);
+        QVERIFY(panel.fileTaskWatcher.future().isFinished());
+        QCOMPARE(panel.camera, nullptr);
+        QCOMPARE(sim->storedFile("RESET-1", "ShadingMap0"), map);
+        QCoreApplication::processEvents();
+        QCOMPARE(dialogs.calls.size(), 1); // the question; no report after Reset
+        unbind(panel);
+    }
+
+    void rawMemoryUpload_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::addColumn<int>("written"); // bytes that reach the map area
+        QTest::addColumn<QStringList>("reports");
+        // 120000 bytes: 234 blocks of 512 and a tail of 192.
+        QTest::newRow("300 x 200")
+            << "RAW-1" << 300 << 200 << 120000 << QStringList{"Map Transfer", "User Set Control"};
+        // A map area 192 bytes short takes the blocks but refuses the tail.
+        QTest::newRow("tail refused")
+            << "CUT-1" << 300 << 200 << 234 * 512 << QStringList{"Upload NUC Map"};
+        // 256 bytes: less than a block, so nothing is sent.
+        QTest::newRow("16 x 8") << "TINY-1" << 16 << 8 << 0 << QStringList{"Upload NUC Map"};
+    }
+
+    void rawMemoryUpload()
+    {
+        QFETCH(QString, id);
+        QFETCH(int, width);
+        QFETCH(int, height);
+        QFETCH(int, written);
+        QFETCH(QStringList, reports);
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bind(panel, dialogs, id.toLatin1(), width, height));
+        const int size = 2 * width * height;
+        const QByteArray before = written > 0 ? QByteArray() : panel.mapArea(unsigned(size));
+        QCOMPARE(panel.feature("Shading_Control").toInt(), 0);
+        // The camera's memory takes the words in network order.
+        QVector<quint16> words(width * height);
+        panel.getBinMap(words.data());
+        QByteArray expected(size, '\0');
+        qToBigEndian<quint16>(words.constData(), words.size(), expected.data());
+
+        panel.registerAccess = true;
+        dialogs.answer(QMessageBox::Yes); // store into the User Set
+        panel.button("btnUploadMapToCam")->click();
+        QStringList titles;
+        for (const ScriptedDialogs::Call& call : dialogs.calls)
+            titles << call.title;
+        QCOMPARE(titles, reports);
+        QCOMPARE(dialogs.calls.last().text,
+                 written == size ? QString("Save settings successful") : QString("Upload failed"));
+        QCOMPARE(panel.feature("Shading_Control").toInt(), 1);
+        if (written > 0)
+            QCOMPARE(panel.mapArea(unsigned(written)), expected.left(written));
+        else
+            QCOMPARE(panel.mapArea(unsigned(size)), before);
+        unbind(panel);
+    }
+};
+
+QTEST_MAIN(TestPanelTransfers)
+#include "TestPanelTransfers.moc"

@@ -57,7 +57,10 @@ bool loadSeries(NucImageInput& input, const QStringList& files, int which, bool 
             continue;
         NucImageInput::Message message;
         if (!input.loadImagefromFile(path, which, &message)) {
-            cliErr() << message.text << '\n' << Qt::flush;
+            cliErr() << message.text << '\n';
+            if (!message.detail.isEmpty())
+                cliErr() << message.detail << '\n';
+            cliErr() << Qt::flush;
             return false;
         }
         added << path;

@@ -1,5 +1,7 @@
 #include "NucImageInput.h"
 
+#include "NucLimits.h"
+
 #include <cstring>
 
 QImage NucImageInput::toIndexedGrey(const QImage& grey8)
@@ -18,12 +20,38 @@ QImage NucImageInput::toIndexedGrey(const QImage& grey8)
     return indexed;
 }
 
-QImage NucImageInput::loadImage(const QString& path)
+QImage NucImageInput::readImage(QImageReader& reader, QString* error)
 {
-    QImage image(path);
+    auto refuse = [error, &reader](const QString& what) {
+        if (error) {
+            const QString name = reader.fileName();
+            *error = (name.isEmpty() ? tr("image") : name) + ": " + what;
+        }
+        return QImage();
+    };
+    // Qt 5 has no allocation limit of its own: the header's size is checked
+    // before the decoder allocates the image. Formats that cannot tell their
+    // size in advance are decoded and checked afterwards.
+    const QSize declared = reader.size();
+    if (declared.isValid() &&
+        !NucLimits::plausibleSize(quint64(declared.width()), quint64(declared.height())))
+        return refuse(tr("implausible declared image size %1 x %2")
+                          .arg(declared.width())
+                          .arg(declared.height()));
+    QImage image;
+    if (!reader.read(&image))
+        return refuse(tr("cannot read the image: %1").arg(reader.errorString()));
+    if (!NucLimits::plausibleSize(quint64(image.width()), quint64(image.height())))
+        return refuse(tr("implausible image size %1 x %2").arg(image.width()).arg(image.height()));
     if (image.format() == QImage::Format_Grayscale8)
         return toIndexedGrey(image);
     return image;
+}
+
+QImage NucImageInput::loadImage(const QString& path, QString* error)
+{
+    QImageReader reader(path);
+    return readImage(reader, error);
 }
 
 NUShadingParams* NucImageInput::series(int which)
@@ -40,13 +68,18 @@ bool NucImageInput::loadImagefromFile(const QString& path, int which, Message* m
 {
     auto refuse = [message](Message::Kind kind, const QString& text) {
         if (message)
-            *message = {kind, text};
+            *message = {kind, text, QString()};
         return false;
     };
 
-    QImage image = loadImage(path);
-    if (image.isNull())
-        return refuse(Message::Critical, path + tr(": failed!"));
+    QString error;
+    QImage image = loadImage(path, &error);
+    if (image.isNull()) {
+        refuse(Message::Critical, path + tr(": failed!"));
+        if (message)
+            message->detail = error;
+        return false;
+    }
     const QImage::Format format = image.format();
     if (format != QImage::Format_Indexed8 && format != QImage::Format_Grayscale16 &&
         format != QImage::Format_RGB32)
@@ -130,9 +163,11 @@ bool NucImageInput::canGenerate(Message* message) const
 {
     Message result;
     if (darkMean.isNull())
-        result = {Message::Information, tr("Generate map failed: missing dark image parameter!")};
+        result = {Message::Information, tr("Generate map failed: missing dark image parameter!"),
+                  QString()};
     else if (brightMean.isNull())
-        result = {Message::Information, tr("Generate map failed: missing bright image parameter!")};
+        result = {Message::Information, tr("Generate map failed: missing bright image parameter!"),
+                  QString()};
     if (message)
         *message = result;
     return result.kind == Message::None;
@@ -161,7 +196,7 @@ bool NucImageInput::generateMap(float targetGain, quint16 targetOffset, Message*
     if (!createShadingMap(targetGain, targetOffset,
                           darkMean.format() == QImage::Format_Grayscale16)) {
         if (message)
-            *message = {Message::Critical, generationFailedText()};
+            *message = {Message::Critical, generationFailedText(), QString()};
         return false;
     }
     return true;

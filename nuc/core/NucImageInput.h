@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QImage>
+#include <QImageReader>
 #include <QString>
 
 // The two image series (dark = 1, bright = 2) with their mean images and the
@@ -32,12 +33,18 @@ public:
         };
         Kind kind = None;
         QString text;
+        // Why a file was refused, for the log: the file and what is wrong.
+        QString detail;
     };
 
     // Loads a file as the series expect it. Qt reads 8-bit grey files as
     // Grayscale8, which the series do not take; such images become Indexed8
     // with a grey colour table, losslessly, so ordinary grey files work.
-    static QImage loadImage(const QString& path);
+    // A file whose header declares a size beyond NucLimits is refused before
+    // it is decoded, as is one that decodes only in part; error then names
+    // the file and what is wrong.
+    static QImage loadImage(const QString& path, QString* error = nullptr);
+    static QImage readImage(QImageReader& reader, QString* error = nullptr);
     static QImage toIndexedGrey(const QImage& grey8);
 
     // Checks one file against the fixed size and depth and folds it into series

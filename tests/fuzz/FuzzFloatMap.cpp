@@ -36,10 +36,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         FUZZ_CHECK(std::memcmp(again.constData(), data, size_t(again.size())) == 0);
     } else {
         FUZZ_CHECK(map.trailingBytes == 0);
-        for (quint32 i = map.completePixels + 1; i < pixels; ++i)
+        for (quint32 i = map.completePixels + 1; i < pixels && i < (1u << 16); ++i)
             FUZZ_CHECK(map.offsets[i] == 0.0f && map.gains[i] == 1.0f);
     }
 
+    // Packing millions of pixels takes seconds under the sanitizers, and the
+    // properties below are the same for small maps: large ones stop at the read.
+    if (pixels > (1u << 16))
+        return 0;
     NUShadingParams dark, bright;
     bright.width = map.width;
     bright.height = map.height;

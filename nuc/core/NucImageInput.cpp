@@ -2,6 +2,8 @@
 
 #include "NucLimits.h"
 
+#include <QtEndian>
+
 #include <cstring>
 
 QImage NucImageInput::toIndexedGrey(const QImage& grey8)
@@ -18,6 +20,37 @@ QImage NucImageInput::toIndexedGrey(const QImage& grey8)
     for (int y = 0; y < grey8.height(); ++y)
         std::memcpy(indexed.scanLine(y), grey8.constScanLine(y), size_t(grey8.width()));
     return indexed;
+}
+
+// Qt's BMP decoder stops at the end of the file without saying so and
+// leaves the missing rows unset; an uncompressed BMP shorter than its
+// declared pixels is refused here. The other formats report a short read
+// themselves.
+static QString missingPixelData(QImageReader& reader)
+{
+    QIODevice* device = reader.device();
+    if (reader.format() != "bmp" || !device || device->isSequential())
+        return QString();
+    const qint64 at = device->pos();
+    if (!device->seek(0))
+        return QString();
+    const QByteArray h = device->read(34);
+    device->seek(at);
+    if (h.size() < 34 || qFromLittleEndian<quint32>(h.constData() + 14) < 40)
+        return QString(); // OS/2 headers: left to the decoder
+    const quint32 compression = qFromLittleEndian<quint32>(h.constData() + 30);
+    if (compression != 0 && compression != 3) // only BI_RGB and BI_BITFIELDS are raw rows
+        return QString();
+    const qint64 width = qFromLittleEndian<qint32>(h.constData() + 18);
+    const qint64 height = qAbs(qint64(qFromLittleEndian<qint32>(h.constData() + 22)));
+    const qint64 bits = qFromLittleEndian<quint16>(h.constData() + 28);
+    const qint64 stride = (width * bits + 31) / 32 * 4;
+    const qint64 needed = qint64(qFromLittleEndian<quint32>(h.constData() + 10)) + stride * height;
+    if (width <= 0 || device->size() >= needed)
+        return QString();
+    return QCoreApplication::translate("NucImageInput", "truncated: %1 of %2 bytes")
+        .arg(device->size())
+        .arg(needed);
 }
 
 QImage NucImageInput::readImage(QImageReader& reader, QString* error)
@@ -38,6 +71,9 @@ QImage NucImageInput::readImage(QImageReader& reader, QString* error)
         return refuse(tr("implausible declared image size %1 x %2")
                           .arg(declared.width())
                           .arg(declared.height()));
+    const QString shortBy = missingPixelData(reader);
+    if (!shortBy.isEmpty())
+        return refuse(shortBy);
     QImage image;
     if (!reader.read(&image))
         return refuse(tr("cannot read the image: %1").arg(reader.errorString()));

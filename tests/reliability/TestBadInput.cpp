@@ -124,6 +124,16 @@ private slots:
         QTest::newRow("20000 square pgm")
             << QByteArray("P5\n20000 20000\n255\n") + QByteArray(64, '\0')
             << "implausible declared image size 20000 x 20000";
+        QByteArray bmp;
+        {
+            QBuffer buffer(&bmp);
+            buffer.open(QIODevice::WriteOnly);
+            TestImages::rgb(64, 48, [](int x, int y) { return x + y; }).save(&buffer, "BMP");
+        }
+        // The decoder would return the rows it found and leave the rest unset.
+        QTest::newRow("truncated bmp")
+            << bmp.left(bmp.size() - 100)
+            << QString("truncated: %1 of %2 bytes").arg(bmp.size() - 100).arg(bmp.size());
         QTest::newRow("not an image") << QByteArray("hello")
                                       << "cannot read the image: "
                                          "Unsupported image format";

@@ -90,11 +90,16 @@ bool loadPlanned(NucImageInput& input, const QList<PlannedImage>& plan, bool qui
         if (entry.repeated)
             continue;
         NucImageInput::Message message;
-        QImage image = prefetcher.next();
-        const bool added = input.addLoadedImage(entry.path, image, entry.which, &message);
+        QString loadError;
+        QImage image = prefetcher.next(&loadError);
+        const bool added =
+            input.addLoadedImage(entry.path, image, entry.which, &message, loadError);
         prefetcher.recycle(std::move(image));
         if (!added) {
-            cliErr() << message.text << '\n' << Qt::flush;
+            cliErr() << message.text << '\n';
+            if (!message.detail.isEmpty())
+                cliErr() << message.detail << '\n';
+            cliErr() << Qt::flush;
             return false;
         }
     }

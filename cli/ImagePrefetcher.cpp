@@ -49,12 +49,10 @@ void ImagePrefetcher::work()
         // As NucImageInput::loadImage, but into the buffer of an image the
         // caller is done with when one is there.
         QImageReader reader(paths[index]);
-        if (!reader.read(&image))
-            image = QImage();
-        else if (image.format() == QImage::Format_Grayscale8)
-            image = NucImageInput::toIndexedGrey(image);
+        QString error;
+        image = NucImageInput::readImage(reader, &error, std::move(image));
         lock.lock();
-        decoded.emplace(index, std::move(image));
+        decoded.emplace(index, Decoded{std::move(image), error});
         changed.notify_all();
     }
 }
@@ -73,7 +71,7 @@ void ImagePrefetcher::recycle(QImage image)
     changed.notify_all();
 }
 
-QImage ImagePrefetcher::next()
+QImage ImagePrefetcher::next(QString* error)
 {
     std::unique_lock<std::mutex> lock(mutex);
     if (holding) {
@@ -86,7 +84,9 @@ QImage ImagePrefetcher::next()
     const int index = taken;
     changed.wait(lock, [this, index] { return decoded.count(index) != 0; });
     auto found = decoded.find(index);
-    QImage image = std::move(found->second);
+    QImage image = std::move(found->second.image);
+    if (error)
+        *error = found->second.error;
     decoded.erase(found);
     ++taken;
     holding = true;

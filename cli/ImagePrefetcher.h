@@ -29,10 +29,10 @@ public:
     ImagePrefetcher& operator=(const ImagePrefetcher&) = delete;
 
     // The image of the next path in order, waiting for it if need be; a null
-    // image when the file could not be loaded. The caller must have dropped
-    // the image of the previous call or handed it back with recycle(); this
-    // call gives back its slot.
-    QImage next();
+    // image when the file could not be loaded, with the reason in *error. The caller must have
+    // dropped the image of the previous call or handed it back with recycle(); this call gives back
+    // its slot.
+    QImage next(QString* error = nullptr);
 
     // Hands back the image of the last next() once the caller is done with
     // it, so that a later file is decoded into the same memory instead of
@@ -50,10 +50,15 @@ private:
     const int capacity;
     std::mutex mutex;
     std::condition_variable changed;
-    std::map<int, QImage> decoded; // finished, not yet taken
-    std::vector<QImage> spare;     // buffers of taken images, to decode into
-    int claimed = 0;               // paths handed to workers so far
-    int taken = 0;                 // images handed to the caller so far
+    struct Decoded
+    {
+        QImage image;
+        QString error; // why the image is null
+    };
+    std::map<int, Decoded> decoded; // finished, not yet taken
+    std::vector<QImage> spare;      // buffers of taken images, to decode into
+    int claimed = 0;                // paths handed to workers so far
+    int taken = 0;                  // images handed to the caller so far
     int slotsInUse = 0;
     bool holding = false; // the caller holds the image of its last call
     bool stopping = false;

@@ -4,6 +4,7 @@
 #include "MapCodeStatistics.h"
 #include "NUShadingParams.h"
 #include "NucFloatMap.h"
+#include "NucLimits.h"
 #include "NucMapFile.h"
 #include "NucMapPacking.h"
 
@@ -156,6 +157,12 @@ int runInfoCommand(const QStringList& arguments)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return failed(path, file.errorString());
+    // No map file is larger than the largest float map import; anything
+    // bigger is refused before it is read into memory.
+    if (file.size() > NucLimits::MaxMapFileBytes)
+        return failed(path, tr("implausible file size %1 bytes: no map file is larger than %2")
+                                .arg(file.size())
+                                .arg(NucLimits::MaxMapFileBytes));
     const QByteArray data = file.readAll();
     if (NucMapFile::hasMagic(data))
         return describePackedMap(path, data);

@@ -370,6 +370,8 @@ bool OrxNUShadingCorrection::loadImagefromFile(QString const& path, int which)
         widgets(which).meanLabel->setImage(*input.meanImage(which));
         return true;
     }
+    if (!message.detail.isEmpty())
+        emit sendLogMessage(message.detail, LogError);
     const QString title = tr("Load Image");
     if (message.kind == NucImageInput::Message::Information)
         OrxDialogs::instance().information(this, title, message.text);
@@ -624,10 +626,11 @@ bool OrxNUShadingCorrection::LoadMap()
     if (!file.open(QIODevice::ReadOnly)) {
         OrxDialogs::instance().information(this, tr("Open File Failed "), QString());
     } else {
-        input.darkParams.map.reset();
-        input.brightParams.map.reset();
+        // A refused file leaves the maps as they were; only a file that reads
+        // replaces them.
         NucFloatMap map;
-        if (map.read(file)) {
+        QString error;
+        if (map.read(file, &error)) {
             // Only the bright series' size governs packing; the dark series'
             // size and both image counts stay as they are.
             input.brightParams.width = map.width;
@@ -636,6 +639,7 @@ bool OrxNUShadingCorrection::LoadMap()
             input.brightParams.map = std::move(map.gains);
             loaded = true;
         } else {
+            emit sendLogMessage(tr("Import Map '%1': %2").arg(path, error), LogError);
             OrxDialogs::instance().information(this, tr("fread exception"), QString());
         }
     }

@@ -1,5 +1,7 @@
 #include "NucFloatMap.h"
 
+#include "NucLimits.h"
+
 #include <QCoreApplication>
 #include <QIODevice>
 #include <QtEndian>
@@ -28,11 +30,13 @@ bool NucFloatMap::read(QIODevice& in, QString* error)
         return fail(tr("truncated header: %1 of 8 bytes for width and height").arg(header.size()));
     const quint32 w = qFromLittleEndian<quint32>(header.constData());
     const quint32 h = qFromLittleEndian<quint32>(header.constData() + 4);
-    if (w > MaxSide || h > MaxSide)
-        return fail(tr("declared size %1 x %2 is larger than any sensor (at most %3 per side)")
+    if (!NucLimits::plausibleSize(w, h))
+        return fail(tr("implausible declared size %1 x %2: no sensor has more than %3 pixels "
+                       "per side or %4 pixels in all")
                         .arg(w)
                         .arg(h)
-                        .arg(MaxSide));
+                        .arg(NucLimits::MaxSide)
+                        .arg(NucLimits::MaxPixels));
 
     const quint32 pixels = w * h;
     offsets.reset(new (std::nothrow) float[pixels]);

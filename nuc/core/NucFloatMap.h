@@ -13,10 +13,6 @@ class QIODevice;
 // magic and no checksum.
 struct NucFloatMap
 {
-    // No sensor is larger than this per side; a larger declared size is a
-    // file of some other kind and is refused before anything is allocated.
-    static constexpr quint32 MaxSide = 16384;
-
     quint32 width = 0;
     quint32 height = 0;
     std::unique_ptr<float[]> offsets; // becomes the dark series' map
@@ -29,7 +25,8 @@ struct NucFloatMap
     // Reads the whole file. A file shorter than its declared size still reads:
     // missing offsets become 0.0 and missing gains 1.0. Fails (with a
     // description in error) when the header is incomplete, the declared size is
-    // implausible or the maps cannot be allocated.
+    // implausible (beyond NucLimits, checked before anything is allocated) or
+    // the maps cannot be allocated.
     bool read(QIODevice& in, QString* error = nullptr);
 
     // The file bytes for the given maps (count = width * height each).

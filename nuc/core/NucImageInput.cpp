@@ -1,5 +1,9 @@
 #include "NucImageInput.h"
 
+#include "NucLimits.h"
+
+#include <QtEndian>
+
 #include <cstring>
 
 QImage NucImageInput::toIndexedGrey(const QImage& grey8)
@@ -18,12 +22,72 @@ QImage NucImageInput::toIndexedGrey(const QImage& grey8)
     return indexed;
 }
 
-QImage NucImageInput::loadImage(const QString& path)
+// Qt's BMP decoder stops at the end of the file without saying so and
+// leaves the missing rows unset; an uncompressed BMP shorter than its
+// declared pixels is refused here. The other formats report a short read
+// themselves.
+static QString missingPixelData(QImageReader& reader)
 {
-    QImage image(path);
+    QIODevice* device = reader.device();
+    if (reader.format() != "bmp" || !device || device->isSequential())
+        return QString();
+    const qint64 at = device->pos();
+    if (!device->seek(0))
+        return QString();
+    const QByteArray h = device->read(34);
+    device->seek(at);
+    if (h.size() < 34 || qFromLittleEndian<quint32>(h.constData() + 14) < 40)
+        return QString(); // OS/2 headers: left to the decoder
+    const quint32 compression = qFromLittleEndian<quint32>(h.constData() + 30);
+    if (compression != 0 && compression != 3) // only BI_RGB and BI_BITFIELDS are raw rows
+        return QString();
+    const qint64 width = qFromLittleEndian<qint32>(h.constData() + 18);
+    const qint64 height = qAbs(qint64(qFromLittleEndian<qint32>(h.constData() + 22)));
+    const qint64 bits = qFromLittleEndian<quint16>(h.constData() + 28);
+    const qint64 stride = (width * bits + 31) / 32 * 4;
+    const qint64 needed = qint64(qFromLittleEndian<quint32>(h.constData() + 10)) + stride * height;
+    if (width <= 0 || device->size() >= needed)
+        return QString();
+    return QCoreApplication::translate("NucImageInput", "truncated: %1 of %2 bytes")
+        .arg(device->size())
+        .arg(needed);
+}
+
+QImage NucImageInput::readImage(QImageReader& reader, QString* error, QImage buffer)
+{
+    auto refuse = [error, &reader](const QString& what) {
+        if (error) {
+            const QString name = reader.fileName();
+            *error = (name.isEmpty() ? tr("image") : name) + ": " + what;
+        }
+        return QImage();
+    };
+    // Qt 5 has no allocation limit of its own: the header's size is checked
+    // before the decoder allocates the image. Formats that cannot tell their
+    // size in advance are decoded and checked afterwards.
+    const QSize declared = reader.size();
+    if (declared.isValid() &&
+        !NucLimits::plausibleSize(quint64(declared.width()), quint64(declared.height())))
+        return refuse(tr("implausible declared image size %1 x %2")
+                          .arg(declared.width())
+                          .arg(declared.height()));
+    const QString shortBy = missingPixelData(reader);
+    if (!shortBy.isEmpty())
+        return refuse(shortBy);
+    QImage image = std::move(buffer);
+    if (!reader.read(&image))
+        return refuse(tr("cannot read the image: %1").arg(reader.errorString()));
+    if (!NucLimits::plausibleSize(quint64(image.width()), quint64(image.height())))
+        return refuse(tr("implausible image size %1 x %2").arg(image.width()).arg(image.height()));
     if (image.format() == QImage::Format_Grayscale8)
         return toIndexedGrey(image);
     return image;
+}
+
+QImage NucImageInput::loadImage(const QString& path, QString* error)
+{
+    QImageReader reader(path);
+    return readImage(reader, error);
 }
 
 NUShadingParams* NucImageInput::series(int which)
@@ -38,19 +102,26 @@ QImage* NucImageInput::meanImage(int which)
 
 bool NucImageInput::loadImagefromFile(const QString& path, int which, Message* message)
 {
-    return addLoadedImage(path, loadImage(path), which, message);
+    QString error;
+    QImage image = loadImage(path, &error);
+    return addLoadedImage(path, std::move(image), which, message, error);
 }
 
-bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which, Message* message)
+bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which, Message* message,
+                                   const QString& loadError)
 {
     auto refuse = [message](Message::Kind kind, const QString& text) {
         if (message)
-            *message = {kind, text};
+            *message = {kind, text, QString()};
         return false;
     };
 
-    if (image.isNull())
-        return refuse(Message::Critical, path + tr(": failed!"));
+    if (image.isNull()) {
+        refuse(Message::Critical, path + tr(": failed!"));
+        if (message)
+            message->detail = loadError;
+        return false;
+    }
     const QImage::Format format = image.format();
     if (format != QImage::Format_Indexed8 && format != QImage::Format_Grayscale16 &&
         format != QImage::Format_RGB32)
@@ -134,9 +205,11 @@ bool NucImageInput::canGenerate(Message* message) const
 {
     Message result;
     if (darkMean.isNull())
-        result = {Message::Information, tr("Generate map failed: missing dark image parameter!")};
+        result = {Message::Information, tr("Generate map failed: missing dark image parameter!"),
+                  QString()};
     else if (brightMean.isNull())
-        result = {Message::Information, tr("Generate map failed: missing bright image parameter!")};
+        result = {Message::Information, tr("Generate map failed: missing bright image parameter!"),
+                  QString()};
     if (message)
         *message = result;
     return result.kind == Message::None;
@@ -165,7 +238,7 @@ bool NucImageInput::generateMap(float targetGain, quint16 targetOffset, Message*
     if (!createShadingMap(targetGain, targetOffset,
                           darkMean.format() == QImage::Format_Grayscale16)) {
         if (message)
-            *message = {Message::Critical, generationFailedText()};
+            *message = {Message::Critical, generationFailedText(), QString()};
         return false;
     }
     return true;

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QImage>
+#include <QImageReader>
 #include <QString>
 
 // The two image series (dark = 1, bright = 2) with their mean images and the
@@ -32,12 +33,20 @@ public:
         };
         Kind kind = None;
         QString text;
+        // Why a file was refused, for the log: the file and what is wrong.
+        QString detail;
     };
 
     // Loads a file as the series expect it. Qt reads 8-bit grey files as
     // Grayscale8, which the series do not take; such images become Indexed8
     // with a grey colour table, losslessly, so ordinary grey files work.
-    static QImage loadImage(const QString& path);
+    // A file whose header declares a size beyond NucLimits is refused before
+    // it is decoded, as is one that decodes only in part; error then names
+    // the file and what is wrong.
+    static QImage loadImage(const QString& path, QString* error = nullptr);
+    // buffer: an image whose memory the decoder may reuse.
+    static QImage readImage(QImageReader& reader, QString* error = nullptr,
+                            QImage buffer = QImage());
     static QImage toIndexedGrey(const QImage& grey8);
 
     // Checks one file against the fixed size and depth and folds it into series
@@ -45,7 +54,9 @@ public:
     bool loadImagefromFile(const QString& path, int which, Message* message = nullptr);
     // The same for an image already loaded from path with loadImage(), so that
     // decoding can happen elsewhere (a null image stands for a failed load).
-    bool addLoadedImage(const QString& path, QImage image, int which, Message* message = nullptr);
+    // loadError: why the loader gave a null image, passed on as the detail.
+    bool addLoadedImage(const QString& path, QImage image, int which, Message* message = nullptr,
+                        const QString& loadError = QString());
 
     // Takes a file out of series which again; a file that no longer loads or no
     // longer has the fixed size is left alone.

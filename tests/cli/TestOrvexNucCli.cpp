@@ -363,7 +363,7 @@ private slots:
         QVERIFY(writeFile(tmp.filePath("text.txt"), "just some text in a file\n"));
         run = orvexNuc({"info", tmp.filePath("text.txt")});
         QCOMPARE(run.exitCode, 1);
-        QVERIFY2(run.err.contains("not a map file and not a float map: declared size"),
+        QVERIFY2(run.err.contains("not a map file and not a float map: implausible declared size"),
                  qPrintable(run.err));
         run = orvexNuc({"info", tmp.filePath("nothing-here")});
         QCOMPARE(run.exitCode, 1);

@@ -254,12 +254,24 @@ private slots:
                                << "truncated header: 0 of 8 bytes for width and height";
         QTest::newRow("half header") << QByteArray::fromHex("020000")
                                      << "truncated header: 3 of 8 bytes for width and height";
-        QTest::newRow("implausible")
-            << QByteArray::fromHex("0140000001000000")
-            << "declared size 16385 x 1 is larger than any sensor (at most 16384 per side)";
+        const QString bound = " pixels per side or 33554432 pixels in all";
+        QTest::newRow("side too long") << QByteArray::fromHex("0140000001000000")
+                                       << "implausible declared size 16385 x 1: no sensor has "
+                                          "more than 16384" +
+                                              bound;
+        // Each side passes on its own; the pixel count (2 GiB of floats) does not.
+        QTest::newRow("too many pixels") << QByteArray::fromHex("0040000000400000")
+                                         << "implausible declared size 16384 x 16384: no sensor "
+                                            "has more than 16384" +
+                                                bound;
+        QTest::newRow("65535 square") << QByteArray::fromHex("ffff0000ffff0000")
+                                      << "implausible declared size 65535 x 65535: no sensor "
+                                         "has more than 16384" +
+                                             bound;
         QTest::newRow("text file") << QByteArray("hello world, not a map")
-                                   << "declared size 1819043176 x 1870078063 is larger than any "
-                                      "sensor (at most 16384 per side)";
+                                   << "implausible declared size 1819043176 x 1870078063: no "
+                                      "sensor has more than 16384" +
+                                          bound;
     }
 
     void floatMapHeaderAndBounds()

@@ -137,7 +137,11 @@ std::vector<uint8_t> MapFileFormat::neutralUserMap(uint32_t width, uint32_t heig
 std::vector<uint8_t> MapFileFormat::mapBytes(const std::vector<uint8_t>& file)
 {
     if (file.size() >= 8 && readU32(file, 0) == kMagic) {
-        if (file.size() >= kUserHeaderSize && readU32(file, 12) == kUserFixedBlockId)
+        // A shading map's map id may be 0x980 too (a factory id): only the
+        // whole user map layout (fixed block of 28 bytes, then the map
+        // block) tells the two apart.
+        if (file.size() >= kUserHeaderSize && readU32(file, 12) == kUserFixedBlockId &&
+            readU32(file, 16) == 28 && readU32(file, 40) == kUserMapBlockId)
             return {file.begin() + kUserHeaderSize, file.end()};
         if (file.size() >= kShadingHeaderSize)
             return {file.begin() + kShadingHeaderSize, file.end()};

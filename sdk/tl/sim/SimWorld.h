@@ -24,7 +24,8 @@ namespace hvsim {
 class SimWorld
 {
 public:
-    enum Reason
+    // int-based: the world also queues an internal kind beyond these two.
+    enum Reason : int
     {
         Arrived = 0,
         Left = 1,

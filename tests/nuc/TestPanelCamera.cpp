@@ -15,7 +15,6 @@
 #include <QListWidget>
 #include <QPointer>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -244,15 +243,6 @@ private slots:
         QCOMPARE(panel.child<QLineEdit>("TargetOffsetEdit")->text(), QString("16"));
         QVERIFY(panel.featureContainer != nullptr);
         unbind(panel, id.toLatin1().constData());
-    }
-
-    void cameraHeldElsewhereDoesNotOpen()
-    {
-        QSignalSpy errors(session->controller.get(), &ApiController::ApiError);
-        QCOMPARE(session->open("SIM-GIGE-4001"), nullptr);
-        QCOMPARE(errors.size(), 1);
-        QVERIFY(
-            errors.at(0).at(0).toString().startsWith("Failed to open camera sim::SIM-GIGE-4001"));
     }
 
     void enableButtons_data()

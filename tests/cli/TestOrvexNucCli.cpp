@@ -271,10 +271,6 @@ private slots:
         Run run = orvexNuc({"--version"});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.out, QString("orvex-nuc 1.0.0.f2df3d4\n"));
-        run = orvexNuc({"--help"});
-        QCOMPARE(run.exitCode, 0);
-        QVERIFY(run.out.contains("generate"));
-        QVERIFY(run.out.contains("info"));
         run = orvexNuc({"generate", "--help"});
         QCOMPARE(run.exitCode, 0);
         QVERIFY(run.out.contains("--target-offset"));

@@ -148,6 +148,35 @@ bool inputsForTotal(i32 n, i32 mode, qint64 t, u16* q, u16* r, u16* p)
     return true;
 }
 
+// Runs every implementation on copies of the inputs; the first one whose
+// outputs differ from the reference, or an empty string. Kernel sets are
+// only called within their domain: n up to the fast limit, mode 1 or -1.
+template <typename T, typename Impl>
+QString firstFailure(const QList<QPair<QString, Impl>>& impls, const std::vector<T>& q0,
+                     const std::vector<T>& r0, const T* p, const std::vector<i32>& pWide, i32 n,
+                     i32 mode)
+{
+    const Expected e = reference(q0, r0, pWide, n, mode, sizeof(T) == 2);
+    for (const auto& impl : impls) {
+        const bool kernelOnly = impl.first != "dispatch" && impl.first != "plain";
+        if (kernelOnly && (n > FastCountLimit || (mode != 1 && mode != -1)))
+            continue;
+        std::vector<T> q = q0, r = r0;
+        std::vector<float> mean(q.size(), -1.0f);
+        impl.second(q.data(), r.data(), mean.data(), p, q.size(), n, mode);
+        const QString diff = firstDifference(e, std::vector<u16>(q.begin(), q.end()),
+                                             std::vector<u16>(r.begin(), r.end()), mean);
+        if (!diff.isEmpty())
+            return QString("%1, n %2, mode %3: %4").arg(impl.first).arg(n).arg(mode).arg(diff);
+    }
+    return QString();
+}
+#define VERIFY_ALL(...)                                                                            \
+    do {                                                                                           \
+        const QString failure = firstFailure(__VA_ARGS__);                                         \
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));                                          \
+    } while (false)
+
 } // namespace
 
 class TestNucKernels : public QObject
@@ -170,19 +199,7 @@ private slots:
                 std::vector<u16> q0, r0, p;
                 everyTotal16(n, mode, &q0, &r0, &p);
                 std::vector<i32> pWide(p.begin(), p.end());
-                const Expected e = reference(q0, r0, pWide, n, mode, true);
-                for (const auto& impl : implementations16()) {
-                    std::vector<u16> q = q0, r = r0;
-                    std::vector<float> mean(q.size(), -1.0f);
-                    impl.second(q.data(), r.data(), mean.data(), p.data(), q.size(), n, mode);
-                    const QString diff = firstDifference(e, q, r, mean);
-                    if (!diff.isEmpty())
-                        QFAIL(qPrintable(QString("%1, n %2, mode %3: %4")
-                                             .arg(impl.first)
-                                             .arg(n)
-                                             .arg(mode)
-                                             .arg(diff)));
-                }
+                VERIFY_ALL(implementations16(), q0, r0, p.data(), pWide, n, mode);
             }
         }
     }
@@ -206,19 +223,7 @@ private slots:
                     }
                 QVERIFY(q0.size() > 4 * 65536);
                 std::vector<i32> pWide(p.begin(), p.end());
-                const Expected e = reference(q0, r0, pWide, n, mode, true);
-                for (const auto& impl : implementations16()) {
-                    std::vector<u16> q = q0, r = r0;
-                    std::vector<float> mean(q.size(), -1.0f);
-                    impl.second(q.data(), r.data(), mean.data(), p.data(), q.size(), n, mode);
-                    const QString diff = firstDifference(e, q, r, mean);
-                    if (!diff.isEmpty())
-                        QFAIL(qPrintable(QString("%1, n %2, mode %3: %4")
-                                             .arg(impl.first)
-                                             .arg(n)
-                                             .arg(mode)
-                                             .arg(diff)));
-                }
+                VERIFY_ALL(implementations16(), q0, r0, p.data(), pWide, n, mode);
             }
         }
     }
@@ -238,22 +243,7 @@ private slots:
         }
         for (i32 n : {1, 2}) {
             for (i32 mode : {1, -1}) {
-                const Expected e = reference(q0, r0, pWide, n, mode, false);
-                for (const auto& impl : implementations8(false)) {
-                    if (impl.first == "dispatch")
-                        continue; // the best variant, already among them
-                    std::vector<u8> q = q0, r = r0;
-                    std::vector<float> mean(pixels, -1.0f);
-                    impl.second(q.data(), r.data(), mean.data(), p.data(), pixels, n, mode);
-                    std::vector<u16> qw(q.begin(), q.end()), rw(r.begin(), r.end());
-                    const QString diff = firstDifference(e, qw, rw, mean);
-                    if (!diff.isEmpty())
-                        QFAIL(qPrintable(QString("%1, n %2, mode %3: %4")
-                                             .arg(impl.first)
-                                             .arg(n)
-                                             .arg(mode)
-                                             .arg(diff)));
-                }
+                VERIFY_ALL(implementations8(false), q0, r0, p.data(), pWide, n, mode);
             }
         }
     }
@@ -281,20 +271,7 @@ private slots:
                         p.push_back(u8(sample));
                         pWide.push_back(sample);
                     }
-                const Expected e = reference(q0, r0, pWide, n, mode, false);
-                for (const auto& impl : implementations8(false)) {
-                    std::vector<u8> q = q0, r = r0;
-                    std::vector<float> mean(q.size(), -1.0f);
-                    impl.second(q.data(), r.data(), mean.data(), p.data(), q.size(), n, mode);
-                    std::vector<u16> qw(q.begin(), q.end()), rw(r.begin(), r.end());
-                    const QString diff = firstDifference(e, qw, rw, mean);
-                    if (!diff.isEmpty())
-                        QFAIL(qPrintable(QString("%1, n %2, mode %3: %4")
-                                             .arg(impl.first)
-                                             .arg(n)
-                                             .arg(mode)
-                                             .arg(diff)));
-                }
+                VERIFY_ALL(implementations8(false), q0, r0, p.data(), pWide, n, mode);
             }
         }
     }
@@ -317,20 +294,7 @@ private slots:
             }
         for (i32 n : {1, 2, 3, 7, 255, 256, 257, 1000}) {
             for (i32 mode : {1, -1}) {
-                const Expected e = reference(q0, r0, pWide, n, mode, false);
-                for (const auto& impl : implementations8(true)) {
-                    std::vector<u8> q = q0, r = r0;
-                    std::vector<float> mean(q.size(), -1.0f);
-                    impl.second(q.data(), r.data(), mean.data(), pixels4.data(), q.size(), n, mode);
-                    std::vector<u16> qw(q.begin(), q.end()), rw(r.begin(), r.end());
-                    const QString diff = firstDifference(e, qw, rw, mean);
-                    if (!diff.isEmpty())
-                        QFAIL(qPrintable(QString("%1, n %2, mode %3: %4")
-                                             .arg(impl.first)
-                                             .arg(n)
-                                             .arg(mode)
-                                             .arg(diff)));
-                }
+                VERIFY_ALL(implementations8(true), q0, r0, pixels4.data(), pWide, n, mode);
             }
         }
     }
@@ -361,22 +325,7 @@ private slots:
                         p[i] = random.bounded(2) ? 65535 : 0;
                     pWide[i] = p[i];
                 }
-                const Expected e = reference(q0, r0, pWide, n, mode, true);
-                for (const auto& impl : implementations16()) {
-                    const bool kernelOnly = impl.first != "dispatch" && impl.first != "plain";
-                    if (kernelOnly && (n > FastCountLimit || (mode != 1 && mode != -1)))
-                        continue; // a kernel set is only called within its domain
-                    std::vector<u16> q = q0, r = r0;
-                    std::vector<float> mean(pixels, -1.0f);
-                    impl.second(q.data(), r.data(), mean.data(), p.data(), pixels, n, mode);
-                    const QString diff = firstDifference(e, q, r, mean);
-                    if (!diff.isEmpty())
-                        QFAIL(qPrintable(QString("%1, n %2, mode %3: %4")
-                                             .arg(impl.first)
-                                             .arg(n)
-                                             .arg(mode)
-                                             .arg(diff)));
-                }
+                VERIFY_ALL(implementations16(), q0, r0, p.data(), pWide, n, mode);
             }
         }
     }

@@ -124,11 +124,9 @@ private slots:
         setMaps(dark, bright, 2, 1, {36.0f, 0.0f}, {1.5f, 1.0f});
         const QByteArray file =
             NucMapFile::binFile(8193, 2, 1, NucMapPacking::packedMap(dark, bright, 16, false));
-        QCOMPARE(file.size(), 36);
         QCOMPARE(file, QByteArray::fromHex("fcad561f24000000c40ba9e00120000018000000"
                                            "020000000100000000000000"
                                            "00260000"));
-        QCOMPARE(NucMapFile::wordSum(file), 0u);
     }
 
     void checksumCountsPartialTail()
@@ -146,12 +144,12 @@ private slots:
     {
         const QVector<quint16> words{0x2600, 1, 2, 3, 4, 5, 6, 0xffff};
         const QList<QByteArray> parts = NucMapFile::userMapFileParts(4, 2, words);
-        QCOMPARE(parts.size(), 4);
-        QCOMPARE(parts[0].size(), 12);
-        QCOMPARE(parts[1].size(), 28);
-        QCOMPARE(parts[2].size(), 20);
-        QCOMPARE(parts[3].size(), 16);
+        QList<int> sizes;
+        for (const QByteArray& part : parts)
+            sizes << part.size();
+        QCOMPARE(sizes, (QList<int>{12, 28, 20, 16}));
         const QByteArray file = NucMapFile::userMapFile(4, 2, words);
+        QCOMPARE(parts.join(), file);
         QCOMPARE(file, QByteArray::fromHex("fcad561f4c00000000000000"
                                            "800900001c000000"
                                            "00000000000000000000000000000000"

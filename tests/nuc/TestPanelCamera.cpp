@@ -1,6 +1,6 @@
 // The assistant panel bound to simulated cameras: what Init puts into the map
-// selector, which buttons it enables, what Reset takes back, the end report
-// of a transfer and the panel's direct camera settings.
+// selector, which buttons it enables, what Reset takes back
+// and the panel's direct camera settings.
 #include "CameraSession.h"
 #include "NucMapFile.h"
 #include "OrxNUShadingCorrection.h"
@@ -15,14 +15,8 @@
 #include <QListWidget>
 #include <QPointer>
 #include <QPushButton>
-#include <QSemaphore>
-#include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QThread>
-#include <QtConcurrent>
 #include <QtTest>
-
-#include <atomic>
 
 namespace {
 
@@ -35,7 +29,6 @@ public:
     using OrxNUShadingCorrection::endianess;
     using OrxNUShadingCorrection::featureContainer;
     using OrxNUShadingCorrection::fileAccessAvailable;
-    using OrxNUShadingCorrection::fileTaskWatcher;
     using OrxNUShadingCorrection::hasNucControl;
     using OrxNUShadingCorrection::imageFormat;
     using OrxNUShadingCorrection::input;
@@ -80,14 +73,6 @@ QVariantList repeated(const QVariant& value, int n)
     QVariantList list;
     for (int i = 0; i < n; ++i)
         list << value;
-    return list;
-}
-
-QVariantList bools(std::initializer_list<bool> values)
-{
-    QVariantList list;
-    for (bool v : values)
-        list << v;
     return list;
 }
 
@@ -197,7 +182,7 @@ private slots:
         QTest::newRow("default GigE camera")
             << "SIM-GIGE-1001" << true << "Orvex kva640 Lab A\nFirmware: 3.2.7 (2026-03-14)"
             << QStringList{"ShadingMap0", "ShadingMap1", "ShadingMap3"} << repeated(none, 3)
-            << bools({false, false, false}) << bools({false, false, true})
+            << repeated(false, 3) << QVariantList{false, false, true}
             << QVariantList{8193, 8196, 2432} << false << false << true << true;
         QTest::newRow("default USB3 user map camera")
             << "SIM-U3V-2001" << true << "Orvex zt1280 Line 2\nFirmware: 1.9.4 (2026-01-22)"
@@ -258,15 +243,6 @@ private slots:
         QCOMPARE(panel.child<QLineEdit>("TargetOffsetEdit")->text(), QString("16"));
         QVERIFY(panel.featureContainer != nullptr);
         unbind(panel, id.toLatin1().constData());
-    }
-
-    void cameraHeldElsewhereDoesNotOpen()
-    {
-        QSignalSpy errors(session->controller.get(), &ApiController::ApiError);
-        QCOMPARE(session->open("SIM-GIGE-4001"), nullptr);
-        QCOMPARE(errors.size(), 1);
-        QVERIFY(
-            errors.at(0).at(0).toString().startsWith("Failed to open camera sim::SIM-GIGE-4001"));
     }
 
     void enableButtons_data()
@@ -371,91 +347,6 @@ private slots:
         QVERIFY(panel.child<QWidget>("targetUserMapFileWidget")->isVisibleTo(&panel));
         unbind(panel, "SIM-U3V-2001");
         QVERIFY(panel.child<QWidget>("targetUserMapFileWidget")->isHidden());
-    }
-
-    void finishFileTaskReports_data()
-    {
-        QTest::addColumn<QString>("task");
-        QTest::addColumn<bool>("result");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("uploadGenerated");
-
-        QTest::newRow("upload done")
-            << "Upload Generated Map" << true
-            << "Upload Generated Map task has been successfully done." << true;
-        QTest::newRow("download failed")
-            << "Download" << false << "Download Error occurs during File Access." << true;
-        QTest::newRow("local upload failed")
-            << "Upload Local File" << false << "Upload Local File Error occurs during File Access."
-            << false;
-        QTest::newRow("local upload done")
-            << "Upload Local File" << true << "Upload Local File task has been successfully done."
-            << true;
-    }
-
-    void finishFileTaskReports()
-    {
-        QFETCH(QString, task);
-        QFETCH(bool, result);
-
-        ScriptedDialogs dialogs;
-        InspectedPanel panel;
-        QVERIFY(bind(panel, "SIM-GIGE-1001"));
-        QVERIFY(panel.loadImagefromFile(dark(), 1));
-        QVERIFY(panel.loadImagefromFile(bright(), 2));
-        // Buttons are off while a task runs; the end report turns them on again.
-        panel.child<QPushButton>("btnUploadMapToCam")->setEnabled(false);
-        panel.child<QPushButton>("btnUploadLocalMap")->setEnabled(false);
-
-        panel.fileTaskWatcher.setObjectName(task);
-        panel.fileTaskWatcher.setFuture(QtConcurrent::run([result] { return result; }));
-        QTRY_COMPARE(dialogs.calls.size(), 1);
-        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::Information);
-        QCOMPARE(dialogs.calls[0].title, QString("File Access"));
-        QTEST(dialogs.calls[0].text, "text");
-        QTEST(panel.child<QPushButton>("btnUploadMapToCam")->isEnabled(), "uploadGenerated");
-        QVERIFY(panel.child<QPushButton>("btnUploadLocalMap")->isEnabled());
-        unbind(panel, "SIM-GIGE-1001");
-    }
-
-    void resetWaitsForRunningTask()
-    {
-        ScriptedDialogs dialogs;
-        InspectedPanel panel;
-        QVERIFY(bind(panel, "SIM-GIGE-1001"));
-
-        QSemaphore started, gate;
-        std::atomic<bool> finished{false};
-        panel.fileTaskWatcher.setObjectName("Download");
-        panel.fileTaskWatcher.setFuture(QtConcurrent::run([&] {
-            started.release();
-            gate.acquire();
-            finished = true;
-            return true;
-        }));
-        started.acquire();
-        // Lets the task go only once Reset is already waiting for it.
-        std::unique_ptr<QThread> opener(QThread::create([&] {
-            QThread::msleep(50);
-            gate.release();
-        }));
-        opener->start();
-        unbind(panel, "SIM-GIGE-1001");
-        QVERIFY(finished);
-        opener->wait();
-
-        // The end of the task is not reported on a camera that is gone...
-        QCoreApplication::processEvents();
-        QCoreApplication::processEvents();
-        QVERIFY(dialogs.calls.isEmpty());
-
-        // ...but the next camera's tasks are.
-        QVERIFY(bind(panel, "SIM-GIGE-1001"));
-        panel.fileTaskWatcher.setObjectName("Upload");
-        panel.fileTaskWatcher.setFuture(QtConcurrent::run([] { return true; }));
-        QTRY_COMPARE(dialogs.calls.size(), 1);
-        QCOMPARE(dialogs.calls[0].text, QString("Upload task has been successfully done."));
-        unbind(panel, "SIM-GIGE-1001");
     }
 
     void shadingCorrectionByFeatures()

@@ -10,39 +10,9 @@
 #include <QProcess>
 #include <QtTest>
 
+#include "CliRun.h"
+
 namespace {
-
-struct Run
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-Run orvexNuc(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(ORVEX_NUC_BINARY, arguments);
-    Run run;
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.exitCode = process.exitCode();
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-}
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
-}
 
 // A map whose words differ from pixel to pixel and from the neutral factory map.
 QByteArray mapFile(bool user, int width, int height, int seed = 1)
@@ -92,7 +62,7 @@ private slots:
                         with(shadingCamera("HELD-1"), "heldByOtherApplication", true),
                         userMapCamera("U-1")});
         QVERIFY(sim.ok());
-        const Run run = orvexNuc({"cameras", "--json"});
+        const CliRun run = orvexNuc({"cameras", "--json"});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.err, QString());
         const QJsonArray array = QJsonDocument::fromJson(run.out.toUtf8()).array();
@@ -170,7 +140,7 @@ private slots:
             return lines;
         };
 
-        const Run up = orvexNuc({"upload", "--camera", id, "--entry", entry, sim.path("map")});
+        const CliRun up = orvexNuc({"upload", "--camera", id, "--entry", entry, sim.path("map")});
         QCOMPARE(up.exitCode, 0);
         QCOMPARE(
             up.out,
@@ -181,7 +151,8 @@ private slots:
         QCOMPARE(stored, map);
         QVERIFY(sim.storedFile("B-1", qPrintable(storedAs[0]), qPrintable(storedAs[1])) != map);
 
-        const Run down = orvexNuc({"download", "--camera", id, "--entry", entry, sim.path("back")});
+        const CliRun down =
+            orvexNuc({"download", "--camera", id, "--entry", entry, sim.path("back")});
         QCOMPARE(down.exitCode, 0);
         QCOMPARE(down.out, QString("%1 bytes read from %2 of camera sim::A-1 into %3.\n")
                                .arg(map.size())
@@ -264,7 +235,7 @@ private slots:
         if (command == "upload")
             QVERIFY(writeFile(path, file));
 
-        const Run run = orvexNuc({command, "--camera", "A-1", "--entry", entry, path});
+        const CliRun run = orvexNuc({command, "--camera", "A-1", "--entry", entry, path});
         QCOMPARE(run.exitCode, 1);
         QCOMPARE(run.out, QString());
         QCOMPARE(run.err.split('\n', Qt::SkipEmptyParts).last(),

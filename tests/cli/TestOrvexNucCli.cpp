@@ -9,41 +9,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "CliRun.h"
+
 using namespace TestImages;
 
 namespace {
-
-struct Run
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-Run orvexNuc(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(ORVEX_NUC_BINARY, arguments);
-    Run run;
-    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.exitCode = process.exitCode();
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
-}
 
 // Pixel values that differ per image and per pixel, so every rule of the
 // generation is exercised (clamps included: some bright pixels are darker
@@ -157,7 +127,7 @@ private slots:
 
         const QString cliFile = outDir + (userMap ? "/cli.ge3" : "/cli.bin");
         // One dark file named on its own and repeated through its folder.
-        const Run run =
+        const CliRun run =
             orvexNuc({"generate", "--dark", filesIn(darkDir).first(), "--dark", darkDir, "--bright",
                       brightDir, "--target-gain", "1.2", "--target-offset", "12", "--map-id",
                       "8196", userMap ? "--user-map" : "--output", cliFile});
@@ -185,8 +155,8 @@ private slots:
         QVERIFY(writeSeries("png16", &darkDir, &brightDir));
         const QString outDir = tmp.filePath("defaults");
         QVERIFY(QDir().mkpath(outDir));
-        const Run run = orvexNuc({"generate", "--quiet", "--dark", darkDir, "--bright", brightDir,
-                                  "--output", outDir + "/cli.bin"});
+        const CliRun run = orvexNuc({"generate", "--quiet", "--dark", darkDir, "--bright",
+                                     brightDir, "--output", outDir + "/cli.bin"});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.err, QString());
         QCOMPARE(readFile(outDir + "/cli.bin"),
@@ -260,7 +230,7 @@ private slots:
         alpha.fill(qRgba(1, 2, 3, 4));
         QVERIFY(write(alpha, tmp.filePath("f/alpha.png"), QImage::Format_ARGB32));
 
-        const Run run = orvexNuc(arguments);
+        const CliRun run = orvexNuc(arguments);
         QCOMPARE(run.exitCode, exitCode);
         QVERIFY2(run.err.contains(message), qPrintable(run.err));
         QVERIFY(!QFile::exists(tmp.filePath("never.bin")));
@@ -268,7 +238,7 @@ private slots:
 
     void versionAndHelp()
     {
-        Run run = orvexNuc({"--version"});
+        CliRun run = orvexNuc({"--version"});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.out, QString("orvex-nuc 1.0.0.f2df3d4\n"));
         run = orvexNuc({"generate", "--help"});
@@ -290,7 +260,7 @@ private slots:
                      .exitCode,
                  0);
 
-        Run run = orvexNuc({"info", bin});
+        CliRun run = orvexNuc({"info", bin});
         QCOMPARE(run.exitCode, 0);
         const QByteArray bytes = readFile(bin);
         const quint32 checksum = qFromLittleEndian<quint32>(bytes.constData() + 8);
@@ -336,7 +306,7 @@ private slots:
         const float offsets[3] = {6.0f, 0.0f, 20.0f}, gains[3] = {1.5f, 2.5f, 0.5f};
         const QByteArray map = NucFloatMap::encode(3, 1, offsets, gains);
         QVERIFY(writeFile(tmp.filePath("float.map"), map));
-        Run run = orvexNuc({"info", tmp.filePath("float.map")});
+        CliRun run = orvexNuc({"info", tmp.filePath("float.map")});
         QCOMPARE(run.exitCode, 0);
         QVERIFY(run.out.contains("Format:         float map import file\n"));
         QVERIFY(run.out.contains("Width:          3\n"));

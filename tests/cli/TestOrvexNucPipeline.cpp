@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "CliRun.h"
+
 using namespace TestImages;
 
 // orvex-nuc generate decodes ahead on worker threads; these runs use more
@@ -17,30 +19,6 @@ class TestOrvexNucPipeline : public QObject
     Q_OBJECT
 
     QTemporaryDir tmp;
-
-    struct Run
-    {
-        int exitCode = -1;
-        QString err;
-    };
-
-    static Run orvexNuc(const QStringList& arguments)
-    {
-        QProcess process;
-        process.start(ORVEX_NUC_BINARY, arguments);
-        Run run;
-        if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
-            return run;
-        run.exitCode = process.exitCode();
-        run.err = QString::fromUtf8(process.readAllStandardError());
-        return run;
-    }
-
-    static QByteArray readFile(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
 
     // count images of one kind; sizes vary in content so that decoding times
     // differ and workers finish out of order.
@@ -122,8 +100,8 @@ private slots:
             const QStringList& d = reversed ? darkReversed : dark;
             const QStringList& b = reversed ? brightReversed : bright;
             const QString out = tmp.filePath(QString("%1-%2.bin").arg(kind).arg(reversed));
-            const Run run = orvexNuc(QStringList{"generate", "--quiet"} + options("--dark", d) +
-                                     options("--bright", b) + QStringList{"--output", out});
+            const CliRun run = orvexNuc(QStringList{"generate", "--quiet"} + options("--dark", d) +
+                                        options("--bright", b) + QStringList{"--output", out});
             QCOMPARE(run.exitCode, 0);
             outputs[reversed] = readFile(out);
             QCOMPARE(outputs[reversed], sequential(d, b));
@@ -145,9 +123,9 @@ private slots:
         file.close();
         dark.insert(5, broken);
 
-        const Run run = orvexNuc(QStringList{"generate"} + options("--dark", dark) +
-                                 options("--bright", bright) +
-                                 QStringList{"--output", tmp.filePath("fail.bin")});
+        const CliRun run = orvexNuc(QStringList{"generate"} + options("--dark", dark) +
+                                    options("--bright", bright) +
+                                    QStringList{"--output", tmp.filePath("fail.bin")});
         QCOMPARE(run.exitCode, 1);
         QVERIFY2(
             run.err.contains(QString("Loading dark image 6 of 9: %1\n%1: failed!\n").arg(broken)),

@@ -7,33 +7,8 @@ namespace Internal {
 
 CameraState::CameraState(std::shared_ptr<ModuleRecord> module_, uint64_t session_,
                          const std::string& extendedId_, const Tl::DeviceInfo& info)
-    : module(std::move(module_)), session(session_), extendedId(extendedId_), m_info(info),
-      m_present(true)
+    : ListedEntry(info), module(std::move(module_)), session(session_), extendedId(extendedId_)
 {
-}
-
-Tl::DeviceInfo CameraState::Info() const
-{
-    std::lock_guard<std::mutex> lock(m_infoMutex);
-    return m_info;
-}
-
-void CameraState::SetInfo(const Tl::DeviceInfo& info)
-{
-    std::lock_guard<std::mutex> lock(m_infoMutex);
-    m_info = info;
-}
-
-bool CameraState::Present() const
-{
-    std::lock_guard<std::mutex> lock(m_infoMutex);
-    return m_present;
-}
-
-void CameraState::SetPresent(bool present)
-{
-    std::lock_guard<std::mutex> lock(m_infoMutex);
-    m_present = present;
 }
 
 CameraFeatureSource::CameraFeatureSource(std::weak_ptr<CameraState> state)

@@ -4,6 +4,7 @@
 #include "FeatureSource.h"
 #include "Hvx/SharedPointers.h"
 #include "Hvx/TransportLayerModule.h"
+#include "ListedEntry.h"
 
 #include <cstdint>
 #include <memory>
@@ -19,7 +20,7 @@ struct ModuleRecord;
 // Everything behind one Camera object. Identity can be read at any time;
 // the device part belongs to an open camera and is guarded by deviceMutex,
 // which also serialises all calls on the device and its streams.
-class CameraState
+class CameraState : public ListedEntry<Tl::DeviceInfo>
 {
 public:
     CameraState(std::shared_ptr<ModuleRecord> module, uint64_t session,
@@ -28,11 +29,6 @@ public:
     const std::shared_ptr<ModuleRecord> module;
     const uint64_t session;
     const std::string extendedId;
-
-    Tl::DeviceInfo Info() const;
-    void SetInfo(const Tl::DeviceInfo& info);
-    bool Present() const;
-    void SetPresent(bool present);
 
     std::mutex deviceMutex;
     std::unique_ptr<Tl::IDevice> device;
@@ -52,11 +48,6 @@ public:
     {
         return (openAccess & (HvAccessModeFull | HvAccessModeExclusive)) != 0;
     }
-
-private:
-    mutable std::mutex m_infoMutex;
-    Tl::DeviceInfo m_info;
-    bool m_present;
 };
 
 // Features of the camera itself: usable while it is open.

@@ -7,32 +7,8 @@ namespace Internal {
 
 InterfaceState::InterfaceState(std::shared_ptr<ModuleRecord> module_, uint64_t session_,
                                const Tl::InterfaceInfo& info)
-    : module(std::move(module_)), session(session_), m_info(info), m_present(true)
+    : ListedEntry(info), module(std::move(module_)), session(session_)
 {
-}
-
-Tl::InterfaceInfo InterfaceState::Info() const
-{
-    std::lock_guard<std::mutex> lock(m_infoMutex);
-    return m_info;
-}
-
-void InterfaceState::SetInfo(const Tl::InterfaceInfo& info)
-{
-    std::lock_guard<std::mutex> lock(m_infoMutex);
-    m_info = info;
-}
-
-bool InterfaceState::Present() const
-{
-    std::lock_guard<std::mutex> lock(m_infoMutex);
-    return m_present;
-}
-
-void InterfaceState::SetPresent(bool present)
-{
-    std::lock_guard<std::mutex> lock(m_infoMutex);
-    m_present = present;
 }
 
 InterfaceFeatureSource::InterfaceFeatureSource(std::weak_ptr<InterfaceState> state)

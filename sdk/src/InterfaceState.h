@@ -3,6 +3,7 @@
 
 #include "FeatureSource.h"
 #include "Hvx/TransportLayerModule.h"
+#include "ListedEntry.h"
 
 #include <cstdint>
 #include <memory>
@@ -14,7 +15,7 @@ namespace Internal {
 
 struct ModuleRecord;
 
-class InterfaceState
+class InterfaceState : public ListedEntry<Tl::InterfaceInfo>
 {
 public:
     InterfaceState(std::shared_ptr<ModuleRecord> module, uint64_t session,
@@ -23,18 +24,8 @@ public:
     const std::shared_ptr<ModuleRecord> module;
     const uint64_t session;
 
-    Tl::InterfaceInfo Info() const;
-    void SetInfo(const Tl::InterfaceInfo& info);
-    bool Present() const;
-    void SetPresent(bool present);
-
     // Serialises calls on the interface's features.
     std::mutex featureMutex;
-
-private:
-    mutable std::mutex m_infoMutex;
-    Tl::InterfaceInfo m_info;
-    bool m_present;
 };
 
 class InterfaceFeatureSource : public FeatureSource

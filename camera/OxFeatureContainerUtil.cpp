@@ -35,6 +35,17 @@ HvErrorType FindTypedFeature(const OxFeatureContainerUtil::Container& container,
     return feature->GetDataType(type);
 }
 
+// The feature, if it is an enumeration.
+HvErrorType FindEnumFeature(const OxFeatureContainerUtil::Container& container, const char* name,
+                            FeaturePtr& feature)
+{
+    HvFeatureDataType type = HvFeatureDataUnknown;
+    const HvErrorType result = FindTypedFeature(container, name, feature, type);
+    if (result != HvErrorSuccess)
+        return result;
+    return type == HvFeatureDataEnum ? HvErrorSuccess : HvErrorWrongType;
+}
+
 // Sleeps one poll interval in full, also when a signal interrupts the sleep.
 void SleepOnePollInterval()
 {
@@ -168,12 +179,9 @@ HvErrorType OxFeatureContainerUtil::GetFeatureValueEnum(const Container& contain
                                                         const char* name, QVariant& value)
 {
     FeaturePtr feature;
-    HvFeatureDataType type = HvFeatureDataUnknown;
-    HvErrorType result = FindTypedFeature(container, name, feature, type);
+    HvErrorType result = FindEnumFeature(container, name, feature);
     if (result != HvErrorSuccess)
         return result;
-    if (type != HvFeatureDataEnum)
-        return HvErrorWrongType;
     unsigned int length = 0;
     result = feature->GetEnumValue(nullptr, length);
     if (result != HvErrorSuccess)
@@ -189,12 +197,9 @@ HvErrorType OxFeatureContainerUtil::SetFeatureValueEnum(const Container& contain
                                                         const char* name, QVariant& value)
 {
     FeaturePtr feature;
-    HvFeatureDataType type = HvFeatureDataUnknown;
-    HvErrorType result = FindTypedFeature(container, name, feature, type);
+    const HvErrorType result = FindEnumFeature(container, name, feature);
     if (result != HvErrorSuccess)
         return result;
-    if (type != HvFeatureDataEnum)
-        return HvErrorWrongType;
     return feature->SetEnumValue(value.toString().toUtf8().constData());
 }
 

@@ -64,13 +64,14 @@ NUShadingParams::Step NUShadingParams::prepare(const QImage& meanImage, const QI
 
     count = newCount;
     if (!meanBuffer) {
-        // The mean is written in full by the first update; the remainder is
-        // read by it and so starts at zero.
+        // The mean is written in full by the first update. The 8-bit loops
+        // read the remainder, which therefore starts at zero; the first
+        // 16-bit image writes it without reading (see update16bit).
         meanBuffer.reset(NucLargeBuffer::allocate<float>(size_t(n), false));
         if (sampleBytes == 1)
             remainder8.reset(NucLargeBuffer::allocate<quint8>(size_t(n), true));
         else
-            remainder16.reset(NucLargeBuffer::allocate<quint16>(size_t(n), true));
+            remainder16.reset(NucLargeBuffer::allocate<quint16>(size_t(n), count != 1));
         if (!meanBuffer || !(remainder8 || remainder16)) {
             meanBuffer.reset();
             remainder8.reset();
@@ -122,9 +123,16 @@ bool NUShadingParams::update16bit(QImage& meanImage, QImage& image, int mode)
         break;
     }
 
-    NucKernels::accumulate16(reinterpret_cast<quint16*>(meanImage.bits()), remainder16.get(),
-                             meanBuffer.get(), reinterpret_cast<const quint16*>(image.constBits()),
-                             pixelCount(), qint32(count), mode);
+    quint16* quotients = reinterpret_cast<quint16*>(meanImage.bits());
+    const quint16* samples = reinterpret_cast<const quint16*>(image.constBits());
+    // Adding makes the count 1 only on an empty series, whose buffers were
+    // just made for this image: the image is its own mean.
+    if (count == 1 && mode == 1)
+        NucKernels::best().start16(quotients, remainder16.get(), meanBuffer.get(), samples,
+                                   pixelCount());
+    else
+        NucKernels::accumulate16(quotients, remainder16.get(), meanBuffer.get(), samples,
+                                 pixelCount(), qint32(count), mode);
     return true;
 }
 

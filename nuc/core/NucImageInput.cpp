@@ -1,5 +1,6 @@
 #include "NucImageInput.h"
 
+#include "NucLargeBuffer.h"
 #include "NucLimits.h"
 
 #include <QtEndian>
@@ -90,6 +91,24 @@ QImage NucImageInput::loadImage(const QString& path, QString* error)
     return readImage(reader, error);
 }
 
+QImage NucImageInput::firstMeanImage(const QImage& image, int bitDepth)
+{
+    // The first 16-bit image writes every quotient of a padding-free mean
+    // image, so a new one need not be a copy of the image first. Other
+    // layouts keep the image's bytes where the pixels do not reach.
+    const bool padded = image.bytesPerLine() != qsizetype(image.width()) * 2;
+    if (bitDepth != 16 || image.format() != QImage::Format_Grayscale16 || padded)
+        return image.convertToFormat(bitDepth == 16 ? QImage::Format_Grayscale16
+                                                    : QImage::Format_Grayscale8);
+    QImage first(image.size(), QImage::Format_Grayscale16);
+    if (first.isNull())
+        return first;
+    NucLargeBuffer::adviseHugePages(first.bits(), size_t(first.sizeInBytes()));
+    first.setDotsPerMeterX(image.dotsPerMeterX());
+    first.setDotsPerMeterY(image.dotsPerMeterY());
+    return first;
+}
+
 NUShadingParams* NucImageInput::series(int which)
 {
     return which == Dark ? &darkParams : which == Bright ? &brightParams : nullptr;
@@ -147,8 +166,7 @@ bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which,
 
     bool updated = false;
     if (mean->isNull()) {
-        QImage first = image.convertToFormat(bitDepth == 16 ? QImage::Format_Grayscale16
-                                                            : QImage::Format_Grayscale8);
+        QImage first = firstMeanImage(image, bitDepth);
         updated = params->update(first, image, 1);
         if (updated)
             *mean = first;

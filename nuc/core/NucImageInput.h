@@ -92,4 +92,8 @@ public:
     quint32 height = 0;
     quint32 pixelCount = 0;
     int bitDepth = 0;
+
+private:
+    // The mean image a series starts with, before its first image is added.
+    static QImage firstMeanImage(const QImage& image, int bitDepth);
 };

@@ -178,6 +178,18 @@ void remove16(u16* q, u16* r, float* mean, const u16* p, size pixels, i32 n)
     accumulate8Wide<-1, u16, u16, true>(q, r, mean, p, pixels, n);
 }
 
+// Fresh buffers are only written: reading them first would fault every page
+// in twice, once for the read and once for the write.
+void start16(u16* __restrict q, u16* __restrict r, float* __restrict mean, const u16* __restrict p,
+             size pixels)
+{
+    for (size i = 0; i < pixels; ++i) {
+        q[i] = p[i];
+        r[i] = 0;
+        mean[i] = float(p[i]);
+    }
+}
+
 void add8(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n)
 {
     accumulate8Wide<1, u8, const u8, false>(q, r, mean, p, pixels, n);
@@ -440,9 +452,10 @@ namespace NUC_KERNEL_NAMESPACE {
 
 extern const KernelSet set;
 const KernelSet set = {
-    NUC_KERNEL_NAME, add16,       remove16, add8,      remove8,
-    addRgb32,        removeRgb32, darkMap8, darkMap16, darkMap16Subtract,
-    subtractDark,    sumInOrder,  gainMap,  pack,      gainPack,
+    NUC_KERNEL_NAME,   add16,        start16,     remove16, add8,
+    remove8,           addRgb32,     removeRgb32, darkMap8, darkMap16,
+    darkMap16Subtract, subtractDark, sumInOrder,  gainMap,  pack,
+    gainPack,
 };
 
 } // namespace NUC_KERNEL_NAMESPACE

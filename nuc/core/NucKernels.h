@@ -38,6 +38,10 @@ struct KernelSet
 {
     const char* name;
     void (*add16)(u16* q, u16* r, float* mean, const u16* p, size pixels, i32 n);
+    // The first image of a 16-bit series: what add16 gives for n = 1 with every
+    // remainder 0 (quotient = sample, remainder 0, mean = sample), without
+    // reading the quotients or remainders.
+    void (*start16)(u16* q, u16* r, float* mean, const u16* p, size pixels);
     void (*remove16)(u16* q, u16* r, float* mean, const u16* p, size pixels, i32 n);
     void (*add8)(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n);
     void (*remove8)(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n);

@@ -299,6 +299,26 @@ private slots:
         }
     }
 
+    // The first image of a series, every sample value, through each variant's
+    // start16: what adding it to zero remainders gives, whatever the buffers
+    // held before.
+    void start16EverySample()
+    {
+        const size pixels = 65536 + 7;
+        std::vector<u16> zeros(pixels, 0), p(pixels);
+        std::vector<i32> pWide(pixels);
+        for (size i = 0; i < pixels; ++i)
+            pWide[i] = p[i] = u16(i * 40503u); // odd factor: every value once
+        const Expected e = reference(zeros, zeros, pWide, 1, 1, true);
+        for (int v = 0; v < variantCount(); ++v) {
+            std::vector<u16> q(pixels, 0xdead), r(pixels, 0xbeef);
+            std::vector<float> mean(pixels, -1.0f);
+            variant(v).start16(q.data(), r.data(), mean.data(), p.data(), pixels);
+            const QString diff = firstDifference(e, q, r, mean);
+            QVERIFY2(diff.isEmpty(), qPrintable(QString(variant(v).name) + ": " + diff));
+        }
+    }
+
     // Random inputs over the whole 16-bit range for counts up to the fast
     // limit and beyond it (where totals wrap and the plain loop must run),
     // and for the modes no caller uses.

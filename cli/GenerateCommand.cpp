@@ -168,8 +168,13 @@ int runGenerateCommand(const QStringList& arguments)
     // depth starts open, as in the panel after a camera was opened.
     NucImageInput input;
     QList<PlannedImage> plan;
-    planSeries(plan, expandPaths(parser.values(dark)), NucImageInput::Dark);
-    planSeries(plan, expandPaths(parser.values(bright)), NucImageInput::Bright);
+    const QStringList darkFiles = expandPaths(parser.values(dark));
+    const QStringList brightFiles = expandPaths(parser.values(bright));
+    planSeries(plan, darkFiles, NucImageInput::Dark);
+    planSeries(plan, brightFiles, NucImageInput::Bright);
+    // Nothing is removed and no mean is shown: 16-bit series need only their
+    // sums, which take half the memory and a fraction of the work per image.
+    input.sumsOnly = quint32(qMax(darkFiles.size(), brightFiles.size())) <= NucSeriesSum::MaxImages;
     if (!loadPlanned(input, plan, silent))
         return ExitFailed;
 
@@ -188,12 +193,24 @@ int runGenerateCommand(const QStringList& arguments)
     }
 
     // A camera with map entries or user maps takes the words unswapped.
-    const quint32 w = input.brightParams.width;
-    const quint32 h = input.brightParams.height;
+    const quint32 w = input.width;
+    const quint32 h = input.height;
     const QString target = parser.isSet(output) ? parser.value(output) : parser.value(userMap);
     QList<QByteArray> pieces;
     bool generated = false;
-    if (parser.isSet(output)) {
+    if (input.darkSum.count() > 0) {
+        if (parser.isSet(output)) {
+            QByteArray file;
+            generated = NucMapGeneration::binFileFromSums(
+                input.darkSum, input.brightSum, targetGain, targetOffset, quint32(id), &file);
+            pieces << file;
+        } else {
+            QVector<quint16> words;
+            generated = NucMapGeneration::packedMapFromSums(input.darkSum, input.brightSum,
+                                                            targetGain, targetOffset, &words);
+            pieces = NucMapFile::userMapFileParts(w, h, words);
+        }
+    } else if (parser.isSet(output)) {
         QByteArray file;
         generated = NucMapGeneration::generateBinFile(input.darkParams, input.brightParams,
                                                       targetGain, targetOffset, sixteenBit,

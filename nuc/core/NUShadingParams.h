@@ -1,5 +1,7 @@
 #pragma once
 
+#include "NucTargets.h"
+
 #include <QImage>
 #include <QtGlobal>
 
@@ -56,9 +58,9 @@ public:
     quint32 width = 0;
     quint32 height = 0;
     float targetGain = 1.1f;
-    const quint32 gainScale = 1024;
-    const qint32 offsetStep = 4;
-    const quint32 offsetLevels = 64;
+    const quint32 gainScale = NucTargets::GainScale;
+    const qint32 offsetStep = NucTargets::OffsetStep;
+    const quint32 offsetLevels = NucTargets::OffsetLevels;
     quint16 targetOffset = 16;
 
 private:

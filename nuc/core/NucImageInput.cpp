@@ -165,7 +165,9 @@ bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which,
         return refuse(Message::Critical, tr("Failed!"));
 
     bool updated = false;
-    if (mean->isNull()) {
+    if (sumsOnly && bitDepth == 16) {
+        updated = (which == Dark ? darkSum : brightSum).add(image);
+    } else if (mean->isNull()) {
         QImage first = firstMeanImage(image, bitDepth);
         updated = params->update(first, image, 1);
         if (updated)
@@ -222,10 +224,10 @@ bool NucImageInput::releaseIfEmpty(int which)
 bool NucImageInput::canGenerate(Message* message) const
 {
     Message result;
-    if (darkMean.isNull())
+    if (darkMean.isNull() && darkSum.count() == 0)
         result = {Message::Information, tr("Generate map failed: missing dark image parameter!"),
                   QString()};
-    else if (brightMean.isNull())
+    else if (brightMean.isNull() && brightSum.count() == 0)
         result = {Message::Information, tr("Generate map failed: missing bright image parameter!"),
                   QString()};
     if (message)
@@ -268,6 +270,8 @@ void NucImageInput::reset()
     brightParams.clear();
     darkMean = QImage();
     brightMean = QImage();
+    darkSum = NucSeriesSum();
+    brightSum = NucSeriesSum();
     width = height = pixelCount = 0;
     bitDepth = 0;
 }

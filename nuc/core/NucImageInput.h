@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NUShadingParams.h"
+#include "NucSeriesSum.h"
 
 #include <QCoreApplication>
 #include <QImage>
@@ -67,8 +68,9 @@ public:
     // are released too.
     bool releaseIfEmpty(int which);
 
-    // Both series need a mean image before a map can be made; otherwise
-    // returns false and says which one is missing.
+    // Both series need an image (a mean image, or a sum when 16-bit series are
+    // kept as sums) before a map can be made; otherwise returns false and says
+    // which one is missing.
     bool canGenerate(Message* message = nullptr) const;
     // Derives the offset map from the dark series (by the 8-bit or the 16-bit
     // rules) and the gain map from the bright one.
@@ -88,6 +90,14 @@ public:
     NUShadingParams brightParams;
     QImage darkMean;
     QImage brightMean;
+    // Set before the first image by a caller that never removes an image nor
+    // shows a mean (the command-line tool): 16-bit images then go into these
+    // exact sums instead of the series and mean images above, and the map is
+    // made from them (NucMapGeneration::binFileFromSums). 8-bit images, whose
+    // series depend on the order of the images, still go to the series.
+    bool sumsOnly = false;
+    NucSeriesSum darkSum;
+    NucSeriesSum brightSum;
     quint32 width = 0;
     quint32 height = 0;
     quint32 pixelCount = 0;

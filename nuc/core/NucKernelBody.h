@@ -234,16 +234,16 @@ void darkMap16(float* __restrict map, const float* __restrict mean, size pixels,
     }
 }
 
-// Subtracts the dark map in place and gathers what decides whether the values
-// can be summed in any order: each value is an integer multiple of a power of
-// two (minStep, a sum of two biased exponents; 2^(minStep - 277)), and no
-// partial sum exceeds head * 2^(maxExponent - 126). When that bound stays
-// within the 53 bits of a double above the smallest step, every partial sum is
-// exact, so the lane sums add up to the plain index-order sum.
-template <typename DarkBlock, typename DarkOne>
-static inline __attribute__((always_inline)) void
-subtractAndGather(float* __restrict mean, size pixels, SumFacts* facts, DarkBlock darkBlock,
-                  DarkOne darkOne)
+// Gathers what decides whether values can be summed in any order: each value
+// is an integer multiple of a power of two (minStep, a sum of two biased
+// exponents; 2^(minStep - 277)), and no partial sum exceeds head * 2^(maxExponent
+// - 126). When that bound stays within the 53 bits of a double above the
+// smallest step, every partial sum is exact, so the lane sums add up to the
+// plain index-order sum. block(i) gives the values i .. i + Lanes - 1; returns
+// where the whole vectors end.
+template <typename Block>
+static inline __attribute__((always_inline)) size gatherSumFacts(size pixels, SumFacts* facts,
+                                                                 Block block)
 {
     vhd sumLow = {}, sumHigh = {};
     // Signed lanes throughout: SSE2 has signed comparisons only.
@@ -253,8 +253,7 @@ subtractAndGather(float* __restrict mean, size pixels, SumFacts* facts, DarkBloc
     vi special = none;
     size i = 0;
     for (; i + Lanes <= pixels; i += Lanes) {
-        const vf v = load<vf>(mean + i) - darkBlock(i);
-        store(mean + i, v);
+        const vf v = block(i);
         sumLow += __builtin_convertvector(NUC_LOW_HALF(v), vhd);
         sumHigh += __builtin_convertvector(NUC_HIGH_HALF(v), vhd);
 
@@ -286,6 +285,20 @@ subtractAndGather(float* __restrict mean, size pixels, SumFacts* facts, DarkBloc
     facts->maxExponent = u32(maxAll);
     facts->minStep = minAll == 0x7fffffff ? 0xffffffffu : u32(minAll);
     facts->special = specialAll != 0;
+    return i;
+}
+
+// Subtracts the dark map in place and gathers the results' sum facts.
+template <typename DarkBlock, typename DarkOne>
+static inline __attribute__((always_inline)) void
+subtractAndGather(float* __restrict mean, size pixels, SumFacts* facts, DarkBlock darkBlock,
+                  DarkOne darkOne)
+{
+    size i = gatherSumFacts(pixels, facts, [=](size at) {
+        const vf v = load<vf>(mean + at) - darkBlock(at);
+        store(mean + at, v);
+        return v;
+    });
     for (; i < pixels; ++i)
         mean[i] -= darkOne(i);
 }
@@ -334,16 +347,30 @@ double sumInOrder(const float* values, size pixels)
     return sum;
 }
 
+// The gain of a corrected mean m against target: clamped to 1 .. 2, 2 for a
+// zero mean; NaN fails both comparisons and passes through.
+static inline __attribute__((always_inline)) vf gainOf(vf m, vf target)
+{
+    const vf zero = {};
+    const vf one = zero + 1.0f, two = zero + 2.0f;
+    vf g = target / m;
+    g = g < one ? one : g;
+    g = g > two ? two : g;
+    return m == zero ? two : g;
+}
+
+static inline __attribute__((always_inline)) float gainOf(float m, float target)
+{
+    float g = target / m;
+    g = g < 1.0f ? 1.0f : g;
+    g = g > 2.0f ? 2.0f : g;
+    return m == 0.0f ? 2.0f : g;
+}
+
 void gainMap(float* __restrict map, const float* __restrict mean, size pixels, float target)
 {
-    for (size i = 0; i < pixels; ++i) {
-        const float m = mean[i];
-        float g = target / m;
-        // NaN fails both comparisons and passes through.
-        g = g < 1.0f ? 1.0f : g;
-        g = g > 2.0f ? 2.0f : g;
-        map[i] = m == 0.0f ? 2.0f : g;
-    }
+    for (size i = 0; i < pixels; ++i)
+        map[i] = gainOf(mean[i], target);
 }
 
 static inline __attribute__((always_inline)) u32 word(float gain, float dark, float step, i32 scale,
@@ -360,14 +387,23 @@ static inline __attribute__((always_inline)) u32 word(float gain, float dark, fl
     return u32(i32(g)) | (u32(i32(o)) << 10);
 }
 
-template <bool SixteenBit, typename GainBlock, typename GainOne>
-static inline __attribute__((always_inline)) u32
-packWords(u16* __restrict out, const float* __restrict dark, size pixels, float step, i32 scale,
-          i32 levels, GainBlock gainBlock, GainOne gainOne)
+// A gain and the dark map value it is packed with, for Lanes pixels or one.
+struct GainDark
 {
-    const vhd zero4 = {}, one = zero4 + 1.0;
+    vf gain, dark;
+};
+struct GainDarkOne
+{
+    float gain, dark;
+};
+
+template <bool SixteenBit, typename Block, typename One>
+static inline __attribute__((always_inline)) u32
+packWords(u16* __restrict out, size pixels, float step, i32 scale, i32 levels, Block block, One one)
+{
+    const vhd zero4 = {}, one4 = zero4 + 1.0;
     const vhd scale4 = zero4 + double(scale);
-    const vhd top4 = scale4 - one;
+    const vhd top4 = scale4 - one4;
     const vf zero8 = {};
     const float topO = float(levels - 1);
     const vf top8 = zero8 + topO;
@@ -375,9 +411,9 @@ packWords(u16* __restrict out, const float* __restrict dark, size pixels, float 
     vu sums = {};
     size i = 0;
     for (; i + Lanes <= pixels; i += Lanes) {
-        const vf gain = gainBlock(i);
-        vhd g0 = (__builtin_convertvector(NUC_LOW_HALF(gain), vhd) - one) * scale4;
-        vhd g1 = (__builtin_convertvector(NUC_HIGH_HALF(gain), vhd) - one) * scale4;
+        const GainDark in = block(i);
+        vhd g0 = (__builtin_convertvector(NUC_LOW_HALF(in.gain), vhd) - one4) * scale4;
+        vhd g1 = (__builtin_convertvector(NUC_HIGH_HALF(in.gain), vhd) - one4) * scale4;
         g0 = g0 > zero4 ? g0 : zero4;
         g1 = g1 > zero4 ? g1 : zero4;
         g0 = g0 < top4 ? g0 : top4;
@@ -386,8 +422,7 @@ packWords(u16* __restrict out, const float* __restrict dark, size pixels, float 
         const vhi G1 = __builtin_convertvector(g1, vhi);
         const vi G = NUC_JOIN(G0, G1);
 
-        const vf d = load<vf>(dark + i);
-        vf o = SixteenBit ? d / step8 : step8 * d;
+        vf o = SixteenBit ? in.dark / step8 : step8 * in.dark;
         o = o > zero8 ? o : zero8;
         o = o < top8 ? o : top8;
         const vu w = (vu)G | ((vu) __builtin_convertvector(o, vi) << 10);
@@ -399,7 +434,8 @@ packWords(u16* __restrict out, const float* __restrict dark, size pixels, float 
     for (int l = 0; l < Lanes; l += 2)
         sum += sums[l] + (sums[l + 1] << 16);
     for (; i < pixels; ++i) {
-        const u32 w = word(gainOne(i), dark[i], step, scale, levels, SixteenBit);
+        const GainDarkOne in = one(i);
+        const u32 w = word(in.gain, in.dark, step, scale, levels, SixteenBit);
         out[i] = u16(w);
         sum += (i & 1) ? w << 16 : w;
     }
@@ -411,10 +447,10 @@ packWords(u16* __restrict out, const float* __restrict dark, size pixels, float 
 u32 pack(u16* __restrict out, const float* __restrict dark, const float* __restrict gain,
          size pixels, float step, i32 scale, i32 levels, bool sixteenBit)
 {
-    auto block = [gain](size i) { return load<vf>(gain + i); };
-    auto one = [gain](size i) { return gain[i]; };
-    return sixteenBit ? packWords<true>(out, dark, pixels, step, scale, levels, block, one)
-                      : packWords<false>(out, dark, pixels, step, scale, levels, block, one);
+    auto block = [=](size i) { return GainDark{load<vf>(gain + i), load<vf>(dark + i)}; };
+    auto one = [=](size i) { return GainDarkOne{gain[i], dark[i]}; };
+    return sixteenBit ? packWords<true>(out, pixels, step, scale, levels, block, one)
+                      : packWords<false>(out, pixels, step, scale, levels, block, one);
 }
 
 // gainMap and pack in one pass: each gain is packed while still in registers.
@@ -422,26 +458,88 @@ u32 gainPack(float* __restrict map, u16* __restrict out, const float* __restrict
              const float* __restrict dark, size pixels, float target, float step, i32 scale,
              i32 levels, bool sixteenBit)
 {
-    const vf zero = {};
-    const vf target8 = zero + target, one8 = zero + 1.0f, two8 = zero + 2.0f;
+    const vf target8 = vf{} + target;
     auto block = [=](size i) {
-        const vf m = load<vf>(mean + i);
-        vf g = target8 / m;
-        g = g < one8 ? one8 : g;
-        g = g > two8 ? two8 : g;
-        g = m == zero ? two8 : g;
+        const vf g = gainOf(load<vf>(mean + i), target8);
         store(map + i, g);
-        return g;
+        return GainDark{g, load<vf>(dark + i)};
     };
-    auto single = [=](size i) {
-        const float m = mean[i];
-        float g = target / m;
-        g = g < 1.0f ? 1.0f : g;
-        g = g > 2.0f ? 2.0f : g;
-        return map[i] = m == 0.0f ? 2.0f : g;
+    auto one = [=](size i) { return GainDarkOne{map[i] = gainOf(mean[i], target), dark[i]}; };
+    return sixteenBit ? packWords<true>(out, pixels, step, scale, levels, block, one)
+                      : packWords<false>(out, pixels, step, scale, levels, block, one);
+}
+
+void sumStart16(u32* __restrict sums, const u16* __restrict p, size pixels)
+{
+    for (size i = 0; i < pixels; ++i)
+        sums[i] = p[i];
+}
+
+void sumAdd16(u32* __restrict sums, const u16* __restrict p, size pixels)
+{
+    for (size i = 0; i < pixels; ++i)
+        sums[i] += p[i];
+}
+
+// The dark map value (makeNUCDark16) and the corrected bright mean
+// (makeNUCBright's subtraction) of Lanes pixels, or of one, from the sums.
+struct Corrected
+{
+    vf dark, value;
+};
+struct CorrectedOne
+{
+    float dark, value;
+};
+
+static inline __attribute__((always_inline)) Corrected correctedBlock(const SeriesSums& in, size i)
+{
+    const vi none = {};
+    const vf zero = {};
+    const vf darkMean = __builtin_convertvector(load<vi>(in.dark + i), vf) / (zero + in.darkCount);
+    vi v = __builtin_convertvector((darkMean - (zero + in.offset)) / (zero + in.step), vi);
+    v = v < 0 ? none : v;
+    v = v > in.levels - 1 ? none + (in.levels - 1) : v;
+    const vf dark = __builtin_convertvector(v, vf) * (zero + in.step);
+    const vf brightMean =
+        __builtin_convertvector(load<vi>(in.bright + i), vf) / (zero + in.brightCount);
+    return {dark, brightMean - dark};
+}
+
+static inline __attribute__((always_inline)) CorrectedOne correctedOne(const SeriesSums& in, size i)
+{
+    const float darkMean = float(i32(in.dark[i])) / in.darkCount;
+    i32 v = i32((darkMean - in.offset) / in.step);
+    v = v < 0 ? 0 : v;
+    v = v >= in.levels ? in.levels - 1 : v;
+    const float dark = float(v) * in.step;
+    return {dark, float(i32(in.bright[i])) / in.brightCount - dark};
+}
+
+void gatherCorrected16(const SeriesSums& in, SumFacts* facts)
+{
+    gatherSumFacts(in.pixels, facts, [&in](size i) { return correctedBlock(in, i).value; });
+}
+
+double correctedSumInOrder16(const SeriesSums& in, double start, size from, size to)
+{
+    for (size i = from; i < to; ++i)
+        start += correctedOne(in, i).value;
+    return start;
+}
+
+u32 gainPackSums16(u16* __restrict out, const SeriesSums& in, float target, i32 scale)
+{
+    const vf target8 = vf{} + target;
+    auto block = [&in, target8](size i) {
+        const Corrected c = correctedBlock(in, i);
+        return GainDark{gainOf(c.value, target8), c.dark};
     };
-    return sixteenBit ? packWords<true>(out, dark, pixels, step, scale, levels, block, single)
-                      : packWords<false>(out, dark, pixels, step, scale, levels, block, single);
+    auto one = [&in, target](size i) {
+        const CorrectedOne c = correctedOne(in, i);
+        return GainDarkOne{gainOf(c.value, target), c.dark};
+    };
+    return packWords<true>(out, in.pixels, in.step, scale, in.levels, block, one);
 }
 
 } // namespace NUC_KERNEL_NAMESPACE
@@ -452,10 +550,11 @@ namespace NUC_KERNEL_NAMESPACE {
 
 extern const KernelSet set;
 const KernelSet set = {
-    NUC_KERNEL_NAME,   add16,        start16,     remove16, add8,
-    remove8,           addRgb32,     removeRgb32, darkMap8, darkMap16,
-    darkMap16Subtract, subtractDark, sumInOrder,  gainMap,  pack,
-    gainPack,
+    NUC_KERNEL_NAME,   add16,        start16,     remove16,          add8,
+    remove8,           addRgb32,     removeRgb32, darkMap8,          darkMap16,
+    darkMap16Subtract, subtractDark, sumInOrder,  gainMap,           pack,
+    gainPack,          sumStart16,   sumAdd16,    gatherCorrected16, correctedSumInOrder16,
+    gainPackSums16,
 };
 
 } // namespace NUC_KERNEL_NAMESPACE

@@ -129,23 +129,41 @@ double subtractDarkAndSum(const KernelSet& set, float* mean, const float* dark, 
     return sumAfter(set, facts, mean, pixels);
 }
 
+namespace {
+
+// Every value is a multiple of 2^(minStep - 277) and below 2^(maxExponent -
+// 126) in magnitude; with head values no partial sum needs more than
+// log2(head) + maxExponent + 151 - minStep bits, and within the 53 of a double
+// all of them are exact, whatever the order.
+bool laneSumIsExact(const SumFacts& facts)
+{
+    if (facts.special)
+        return false;
+    if (facts.head == 0 || facts.minStep == 0xffffffffu)
+        return true;
+    int headBits = 0;
+    while ((size(1) << headBits) < facts.head)
+        ++headBits;
+    return long(headBits) + long(facts.maxExponent) + 151 - long(facts.minStep) <= 53;
+}
+
+} // namespace
+
 double sumAfter(const KernelSet& set, const SumFacts& facts, const float* mean, size pixels)
 {
-    // Every value is a multiple of 2^(minStep - 277) and below
-    // 2^(maxExponent - 126) in magnitude; with head values no partial sum
-    // needs more than log2(head) + maxExponent + 151 - minStep bits, and within
-    // the 53 of a double all of them are exact, whatever the order.
-    bool exact = !facts.special;
-    if (exact && facts.head > 0 && facts.minStep != 0xffffffffu) {
-        int headBits = 0;
-        while ((size(1) << headBits) < facts.head)
-            ++headBits;
-        exact = long(headBits) + long(facts.maxExponent) + 151 - long(facts.minStep) <= 53;
-    }
-    double sum = exact ? facts.laneSum : set.sumInOrder(mean, facts.head);
+    double sum = laneSumIsExact(facts) ? facts.laneSum : set.sumInOrder(mean, facts.head);
     for (size i = facts.head; i < pixels; ++i)
         sum += mean[i];
     return sum;
+}
+
+double correctedSum16(const KernelSet& set, const SeriesSums& in)
+{
+    SumFacts facts;
+    set.gatherCorrected16(in, &facts);
+    if (laneSumIsExact(facts))
+        return set.correctedSumInOrder16(in, facts.laneSum, facts.head, in.pixels);
+    return set.correctedSumInOrder16(in, 0.0, 0, in.pixels);
 }
 
 } // namespace NucKernels

@@ -32,6 +32,22 @@ struct SumFacts
     bool special = false;      // a NaN, infinity or subnormal among them
 };
 
+// A map made straight from the exact sums of a dark and a bright 16-bit
+// series (NucSeriesSum): each mean is taken as the series takes it, float(sum)
+// / float(count), and the dark map and corrected bright mean are those of
+// makeNUCDark16 and makeNUCBright. Sums are below 2^31.
+struct SeriesSums
+{
+    const u32* dark;
+    const u32* bright;
+    size pixels;
+    float darkCount;
+    float brightCount;
+    float step;   // offset step s
+    float offset; // target offset times s
+    i32 levels;
+};
+
 // One instruction set's loops. Accumulation functions take the count after
 // the step (n >= 1, n <= FastCountLimit).
 struct KernelSet
@@ -61,6 +77,19 @@ struct KernelSet
     // gainMap into map, then pack of it, in one pass.
     u32 (*gainPack)(float* map, u16* out, const float* mean, const float* dark, size pixels,
                     float target, float step, i32 scale, i32 levels, bool sixteenBit);
+    // A 16-bit series kept as exact sums: the first image, then each further
+    // one (sums then stay below 2^31 for FastCountLimit images).
+    void (*sumStart16)(u32* sums, const u16* p, size pixels);
+    void (*sumAdd16)(u32* sums, const u16* p, size pixels);
+    // The corrected bright mean of in, gathered as subtractDark gathers it
+    // (whole vectors only; facts->head says how far) but stored nowhere.
+    void (*gatherCorrected16)(const SeriesSums& in, SumFacts* facts);
+    // start plus the corrected bright mean of pixels from .. to - 1, added in
+    // index order.
+    double (*correctedSumInOrder16)(const SeriesSums& in, double start, size from, size to);
+    // The gain of each corrected bright mean against target, packed with its
+    // dark map value as gainPack packs them (16-bit rules); no map is stored.
+    u32 (*gainPackSums16)(u16* out, const SeriesSums& in, float target, i32 scale);
 };
 
 // The fastest set this processor runs.
@@ -91,5 +120,9 @@ double subtractDarkAndSum(const KernelSet& set, float* mean, const float* dark, 
 // The sum the plain loop would take of values, given what subtractDark (or
 // darkMap16Subtract) learnt while writing them.
 double sumAfter(const KernelSet& set, const SumFacts& facts, const float* values, size pixels);
+
+// The sum of the corrected bright mean of in as the plain loop (double, index
+// order) would take it after makeNUCBright.
+double correctedSum16(const KernelSet& set, const SeriesSums& in);
 
 } // namespace NucKernels

@@ -5,6 +5,8 @@
 #include "NucLargeBuffer.h"
 #include "NucMapFile.h"
 #include "NucMapPacking.h"
+#include "NucSeriesSum.h"
+#include "NucTargets.h"
 
 #include <QtEndian>
 
@@ -87,6 +89,35 @@ QByteArray uninitialisedFile(quint32 pixels)
     return file;
 }
 
+bool sumsInput(const NucSeriesSum& dark, const NucSeriesSum& bright, quint16 targetOffset,
+               NucKernels::SeriesSums* in)
+{
+    if (dark.count() == 0 || bright.count() == 0 || dark.width() != bright.width() ||
+        dark.height() != bright.height() || bright.pixels() == 0)
+        return false;
+    const float s = float(NucTargets::OffsetStep);
+    *in = {dark.data(),
+           bright.data(),
+           bright.pixels(),
+           float(dark.count()),
+           float(bright.count()),
+           s,
+           float(targetOffset) * s,
+           qint32(NucTargets::OffsetLevels)};
+    return true;
+}
+
+// Two passes over the sums: the first for the target (the mean of the
+// corrected bright image), the second packs each word with its gain against
+// it. Returns the word sum.
+quint32 packFromSums(const NucKernels::SeriesSums& in, float targetGain, quint16* out)
+{
+    const NucKernels::KernelSet& kernels = NucKernels::best();
+    const double sum = NucKernels::correctedSum16(kernels, in);
+    const float target = float(sum / qint32(in.pixels)) * targetGain;
+    return kernels.gainPackSums16(out, in, target, qint32(NucTargets::GainScale));
+}
+
 } // namespace
 
 bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
@@ -163,6 +194,40 @@ bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targe
         qint32(bright.gainScale), qint32(bright.offsetLevels), bitDepth == 16);
     putLe32(data + 8, quint32(0) - sum);
     *file = bytes;
+    return true;
+}
+
+bool binFileFromSums(const NucSeriesSum& dark, const NucSeriesSum& bright, float targetGain,
+                     quint16 targetOffset, quint32 mapId, QByteArray* file)
+{
+    NucKernels::SeriesSums in;
+    if (!sumsInput(dark, bright, targetOffset, &in))
+        return false;
+    if (QSysInfo::ByteOrder != QSysInfo::LittleEndian) {
+        QVector<quint16> words;
+        packedMapFromSums(dark, bright, targetGain, targetOffset, &words);
+        *file = NucMapFile::binFile(mapId, bright.width(), bright.height(), words);
+        return true;
+    }
+    QByteArray bytes = uninitialisedFile(bright.pixels());
+    char* data = bytes.data();
+    quint32 sum = writeHeader(data, mapId, bright.width(), bright.height());
+    sum +=
+        packFromSums(in, targetGain, reinterpret_cast<quint16*>(data + NucMapFile::BinHeaderSize));
+    putLe32(data + 8, quint32(0) - sum);
+    *file = bytes;
+    return true;
+}
+
+bool packedMapFromSums(const NucSeriesSum& dark, const NucSeriesSum& bright, float targetGain,
+                       quint16 targetOffset, QVector<quint16>* words)
+{
+    NucKernels::SeriesSums in;
+    if (!sumsInput(dark, bright, targetOffset, &in))
+        return false;
+    QVector<quint16> packed(qint32(in.pixels));
+    packFromSums(in, targetGain, packed.data());
+    *words = packed;
     return true;
 }
 

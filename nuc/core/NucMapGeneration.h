@@ -5,6 +5,7 @@
 #include <QtGlobal>
 
 class NUShadingParams;
+class NucSeriesSum;
 
 // Map generation, packing and the .bin encoding with fewer passes over the
 // pixels than the step-by-step calls, for the command-line tool and anything
@@ -32,5 +33,15 @@ QVector<quint16> packedMap(const NUShadingParams& dark, const NUShadingParams& b
 bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
                      quint16 targetOffset, bool sixteenBit, int bitDepth, quint32 mapId,
                      QByteArray* file);
+
+// From the exact sums of a 16-bit dark and bright series: the .bin file (map
+// id mapId, unswapped words) or the words that generate() followed by
+// binFile() or packedMap() give for series holding the same images. Neither
+// float map is kept and the sums stay as they are. False, leaving the result
+// alone, when a sum is empty or the two differ in size.
+bool binFileFromSums(const NucSeriesSum& dark, const NucSeriesSum& bright, float targetGain,
+                     quint16 targetOffset, quint32 mapId, QByteArray* file);
+bool packedMapFromSums(const NucSeriesSum& dark, const NucSeriesSum& bright, float targetGain,
+                       quint16 targetOffset, QVector<quint16>* words);
 
 } // namespace NucMapGeneration

@@ -12,6 +12,12 @@ constexpr float DefaultGain = 1.1f;
 constexpr quint16 DefaultOffset = 16;
 constexpr qint32 DefaultMapId = 8193;
 
+// The fixed quantisation of a map word: the gain code's scale, the offset
+// step in grey levels and the number of offset codes.
+constexpr quint32 GainScale = 1024;
+constexpr qint32 OffsetStep = 4;
+constexpr quint32 OffsetLevels = 64;
+
 inline float parseGain(const QString& text, bool* ok)
 {
     return text.toFloat(ok);

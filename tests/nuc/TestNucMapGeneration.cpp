@@ -3,6 +3,7 @@
 #include "NucMapFile.h"
 #include "NucMapGeneration.h"
 #include "NucMapPacking.h"
+#include "NucSeriesSum.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
@@ -90,6 +91,7 @@ struct Series
 {
     NUShadingParams dark, bright;
     QImage darkMean, brightMean;
+    QList<QImage> darkImages, brightImages;
 };
 
 void fill(Series& s, int w, int h, bool sixteenBit, quint32 seed, bool awkward)
@@ -98,6 +100,10 @@ void fill(Series& s, int w, int h, bool sixteenBit, quint32 seed, bool awkward)
     const QImage::Format format = sixteenBit ? QImage::Format_Grayscale16 : QImage::Format_Indexed8;
     for (int k = 0; k < 3; ++k) {
         QImage dark(w, h, format), bright(w, h, format);
+        // Series read padded rows as if contiguous, so the padding (which
+        // QImage::fill leaves alone) must be defined.
+        std::memset(dark.bits(), 0, size_t(dark.sizeInBytes()));
+        std::memset(bright.bits(), 0, size_t(bright.sizeInBytes()));
         if (!sixteenBit) {
             QVector<QRgb> grey(256);
             for (int i = 0; i < 256; ++i)
@@ -129,6 +135,8 @@ void fill(Series& s, int w, int h, bool sixteenBit, quint32 seed, bool awkward)
         }
         QVERIFY(s.dark.update(s.darkMean, dark, 1));
         QVERIFY(s.bright.update(s.brightMean, bright, 1));
+        s.darkImages << dark;
+        s.brightImages << bright;
     }
 }
 
@@ -337,6 +345,65 @@ private slots:
         }
     }
 
+    // Maps made from the exact sums of the series (the command-line tool's
+    // way) against the panel's steps on series of the same images, through
+    // every variant: target, words and word sum; then the files.
+    void mapFromSumsMatchesSteps_data() { generationMatchesSteps_data(); }
+
+    void mapFromSumsMatchesSteps()
+    {
+        QFETCH(int, w);
+        QFETCH(int, h);
+        QFETCH(bool, sixteenBit);
+        QFETCH(bool, awkward);
+        if (!sixteenBit)
+            QSKIP("8-bit series are never kept as sums");
+        for (const float gain : {1.1f, 1.7f}) {
+            const quint16 offset = 16;
+            Series steps;
+            fill(steps, w, h, true, 5, awkward);
+            bool stepResult = false;
+            stepwise(steps, gain, offset, true, &stepResult);
+            QVERIFY(stepResult);
+            const size n = pixelsOf(steps.bright);
+            const QVector<quint16> expectedWords =
+                NucMapPacking::packedMap(steps.dark, steps.bright, 16, false);
+            u32 expectedSum = 0;
+            for (size i = 0; i < n; ++i)
+                expectedSum += i % 2 ? u32(expectedWords[int(i)]) << 16 : expectedWords[int(i)];
+
+            for (int v = 0; v < variantCount(); ++v) {
+                const KernelSet& set = variant(v);
+                std::vector<u32> darkSums(n), brightSums(n);
+                for (int k = 0; k < steps.darkImages.size(); ++k) {
+                    const auto* d = reinterpret_cast<const u16*>(steps.darkImages[k].constBits());
+                    const auto* b = reinterpret_cast<const u16*>(steps.brightImages[k].constBits());
+                    (k == 0 ? set.sumStart16 : set.sumAdd16)(darkSums.data(), d, n);
+                    (k == 0 ? set.sumStart16 : set.sumAdd16)(brightSums.data(), b, n);
+                }
+                const float count = float(steps.darkImages.size());
+                const SeriesSums in{
+                    darkSums.data(), brightSums.data(), n, count, count, 4.0f, 4.0f * offset, 64};
+                const float target = float(correctedSum16(set, in) / qint32(n));
+                QCOMPARE(target, steps.bright.mean());
+                std::vector<u16> words(n);
+                QCOMPARE(set.gainPackSums16(words.data(), in, target * gain, 1024), expectedSum);
+                QVERIFY2(std::memcmp(words.data(), expectedWords.data(), n * 2) == 0, set.name);
+            }
+
+            NucSeriesSum dark, bright;
+            for (int k = 0; k < steps.darkImages.size(); ++k)
+                QVERIFY(dark.add(steps.darkImages[k]) && bright.add(steps.brightImages[k]));
+            QByteArray file;
+            QVERIFY(NucMapGeneration::binFileFromSums(dark, bright, gain, offset, 77, &file));
+            QCOMPARE(file, NucMapFile::binFile(77, steps.bright.width, steps.bright.height,
+                                               expectedWords));
+            QVector<quint16> words;
+            QVERIFY(NucMapGeneration::packedMapFromSums(dark, bright, gain, offset, &words));
+            QCOMPARE(words, expectedWords);
+        }
+    }
+
     // A map made again keeps its memory; one that an importer replaced by a
     // smaller buffer is never written past its end but replaced.
     void mapMemoryReusedOnlyWhenLargeEnough()
@@ -375,6 +442,18 @@ private slots:
         s.bright.clear();
         QVERIFY(!NucMapGeneration::generate(s.dark, s.bright, 1.1f, 16, true));
         QVERIFY(s.dark.map);
+
+        // Sums: another size or format is refused and changes nothing; empty
+        // or mismatched sums make no map.
+        NucSeriesSum darkSum, brightSum;
+        QVERIFY(darkSum.add(s.darkImages[0]));
+        QVERIFY(!darkSum.add(s.darkImages[0].copy(0, 0, 8, 4)));
+        QVERIFY(!darkSum.add(s.darkImages[0].convertToFormat(QImage::Format_Grayscale8)));
+        QCOMPARE(darkSum.count(), 1u);
+        QVERIFY(!NucMapGeneration::binFileFromSums(darkSum, brightSum, 1.1f, 16, 1, &file));
+        QVERIFY(brightSum.add(s.brightImages[0].copy(0, 0, 8, 4)));
+        QVERIFY(!NucMapGeneration::binFileFromSums(darkSum, brightSum, 1.1f, 16, 1, &file));
+        QCOMPARE(file, QByteArray("untouched"));
 
         // Nothing generated: a map of zeros, as the panel's save writes it.
         Series none;

@@ -3,6 +3,7 @@
 #include "NucMapFile.h"
 #include "NucMapGeneration.h"
 #include "NucMapPacking.h"
+#include "NucSeriesSum.h"
 
 #include <sys/resource.h>
 
@@ -21,22 +22,33 @@ int runGeneratePack(int rounds)
     const QStringList bright = Bench::rawFrames(2, false);
     if (dark.size() != 2 || bright.size() != 2)
         return 1;
-    NucImageInput input, sums;
-    sums.sumsOnly = true;
+    NucImageInput input;
+    std::vector<std::unique_ptr<Bench::MappedFile>> frames;
     for (int i = 0; i < 2; ++i) {
-        Bench::MappedFile d(dark[i]), b(bright[i]);
-        for (NucImageInput* in : {&input, &sums})
-            if (!in->addLoadedImage(dark[i], d.grey16(), NucImageInput::Dark) ||
-                !in->addLoadedImage(bright[i], b.grey16(), NucImageInput::Bright))
-                return 1;
+        frames.push_back(std::make_unique<Bench::MappedFile>(dark[i]));
+        frames.push_back(std::make_unique<Bench::MappedFile>(bright[i]));
+        if (!input.addLoadedImage(dark[i], frames[frames.size() - 2]->grey16(),
+                                  NucImageInput::Dark) ||
+            !input.addLoadedImage(bright[i], frames.back()->grey16(), NucImageInput::Bright))
+            return 1;
     }
-    // The steps subtract the dark map from the bright mean in place; each
-    // round starts again from the same mean. The sums are only read.
+    // The steps subtract the dark map from the bright mean in place, and a map
+    // made from sums uses the sums up: each round starts again from the same
+    // series, made before the clock starts.
     const size_t pixels = size_t(Bench::Pixels);
     std::vector<float> brightMean(input.brightParams.meanBuffer.get(),
                                   input.brightParams.meanBuffer.get() + pixels);
     auto restore = [&] {
         std::memcpy(input.brightParams.meanBuffer.get(), brightMean.data(), pixels * 4);
+    };
+    NucSeriesSum darkSum, brightSum;
+    auto sumsAgain = [&] {
+        darkSum = NucSeriesSum();
+        brightSum = NucSeriesSum();
+        for (size_t i = 0; i < frames.size(); i += 2)
+            if (!darkSum.add(frames[i]->grey16()) || !brightSum.add(frames[i + 1]->grey16()))
+                return false;
+        return true;
     };
     const float gain = 1.1f;
     const quint16 offset = 16;
@@ -49,10 +61,12 @@ int runGeneratePack(int rounds)
     };
     long faults = 0;
     auto fastRound = [&](QByteArray* file) {
+        if (!sumsAgain())
+            return -1.0;
         const long faultsBefore = minorFaults();
         const double start = Bench::seconds();
-        const bool ok = NucMapGeneration::binFileFromSums(sums.darkSum, sums.brightSum, gain,
-                                                          offset, mapId, file);
+        const bool ok =
+            NucMapGeneration::binFileFromSums(darkSum, brightSum, gain, offset, mapId, file);
         const double elapsed = Bench::seconds() - start;
         faults = minorFaults() - faultsBefore;
         return ok ? elapsed : -1.0;

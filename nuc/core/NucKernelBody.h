@@ -41,6 +41,19 @@ typedef u16 vs __attribute__((vector_size(2 * Lanes)));
 typedef u8 vb __attribute__((vector_size(Lanes)));
 typedef double vhd __attribute__((vector_size(4 * Lanes))); // half the lanes
 typedef i32 vhi __attribute__((vector_size(2 * Lanes)));
+typedef float vhf __attribute__((vector_size(2 * Lanes)));
+
+// Each half of a float vector as doubles. GCC widens with
+// __builtin_convertvector two lanes at a time through the stack; AVX has one
+// instruction for four lanes.
+#if defined(__AVX__) && !defined(__clang__)
+typedef float vq __attribute__((vector_size(16)));
+#define NUC_WIDEN_LOW(v) ((vhd)__builtin_ia32_cvtps2pd256((vq)NUC_LOW_HALF(v)))
+#define NUC_WIDEN_HIGH(v) ((vhd)__builtin_ia32_cvtps2pd256((vq)NUC_HIGH_HALF(v)))
+#else
+#define NUC_WIDEN_LOW(v) __builtin_convertvector(NUC_LOW_HALF(v), vhd)
+#define NUC_WIDEN_HIGH(v) __builtin_convertvector(NUC_HIGH_HALF(v), vhd)
+#endif
 
 template <typename V, typename T> static inline __attribute__((always_inline)) V load(const T* from)
 {
@@ -254,8 +267,8 @@ static inline __attribute__((always_inline)) size gatherSumFacts(size pixels, Su
     size i = 0;
     for (; i + Lanes <= pixels; i += Lanes) {
         const vf v = block(i);
-        sumLow += __builtin_convertvector(NUC_LOW_HALF(v), vhd);
-        sumHigh += __builtin_convertvector(NUC_HIGH_HALF(v), vhd);
+        sumLow += NUC_WIDEN_LOW(v);
+        sumHigh += NUC_WIDEN_HIGH(v);
 
         const vi bits = (vi)v;
         const vi exponent = (bits >> 23) & 0xff;
@@ -387,6 +400,14 @@ static inline __attribute__((always_inline)) u32 word(float gain, float dark, fl
     return u32(i32(g)) | (u32(i32(o)) << 10);
 }
 
+// A positive normal power of two, whose reciprocal is exact.
+static inline __attribute__((always_inline)) bool isPowerOfTwo(float x)
+{
+    const u32 bits = __builtin_bit_cast(u32, x);
+    const u32 exponent = bits >> 23;
+    return (bits & 0x7fffffu) == 0 && exponent > 0 && exponent < 254;
+}
+
 // A gain and the dark map value it is packed with, for Lanes pixels or one.
 struct GainDark
 {
@@ -397,7 +418,7 @@ struct GainDarkOne
     float gain, dark;
 };
 
-template <bool SixteenBit, typename Block, typename One>
+template <bool SixteenBit, bool StepIsPowerOfTwo, typename Block, typename One>
 static inline __attribute__((always_inline)) u32
 packWords(u16* __restrict out, size pixels, float step, i32 scale, i32 levels, Block block, One one)
 {
@@ -412,8 +433,8 @@ packWords(u16* __restrict out, size pixels, float step, i32 scale, i32 levels, B
     size i = 0;
     for (; i + Lanes <= pixels; i += Lanes) {
         const GainDark in = block(i);
-        vhd g0 = (__builtin_convertvector(NUC_LOW_HALF(in.gain), vhd) - one4) * scale4;
-        vhd g1 = (__builtin_convertvector(NUC_HIGH_HALF(in.gain), vhd) - one4) * scale4;
+        vhd g0 = (NUC_WIDEN_LOW(in.gain) - one4) * scale4;
+        vhd g1 = (NUC_WIDEN_HIGH(in.gain) - one4) * scale4;
         g0 = g0 > zero4 ? g0 : zero4;
         g1 = g1 > zero4 ? g1 : zero4;
         g0 = g0 < top4 ? g0 : top4;
@@ -422,7 +443,10 @@ packWords(u16* __restrict out, size pixels, float step, i32 scale, i32 levels, B
         const vhi G1 = __builtin_convertvector(g1, vhi);
         const vi G = NUC_JOIN(G0, G1);
 
-        vf o = SixteenBit ? in.dark / step8 : step8 * in.dark;
+        // Dividing by a power of two is multiplying by its reciprocal exactly.
+        vf o = !SixteenBit        ? step8 * in.dark
+               : StepIsPowerOfTwo ? in.dark * (zero8 + 1.0f / step)
+                                  : in.dark / step8;
         o = o > zero8 ? o : zero8;
         o = o < top8 ? o : top8;
         const vu w = (vu)G | ((vu) __builtin_convertvector(o, vi) << 10);
@@ -442,6 +466,21 @@ packWords(u16* __restrict out, size pixels, float step, i32 scale, i32 levels, B
     return sum;
 }
 
+// Packs with the rules of the depth; a 16-bit offset step that is a power of
+// two (always, in practice) is multiplied by its reciprocal, which gives the
+// same quotient as the division.
+template <typename Block, typename One>
+static inline __attribute__((always_inline)) u32 packAny(u16* __restrict out, size pixels,
+                                                         float step, i32 scale, i32 levels,
+                                                         bool sixteenBit, Block block, One one)
+{
+    if (!sixteenBit)
+        return packWords<false, false>(out, pixels, step, scale, levels, block, one);
+    if (isPowerOfTwo(step))
+        return packWords<true, true>(out, pixels, step, scale, levels, block, one);
+    return packWords<true, false>(out, pixels, step, scale, levels, block, one);
+}
+
 // Packs and returns the sum of the words taken as little-endian 32-bit pairs
 // (a lone last word counts as its own low half).
 u32 pack(u16* __restrict out, const float* __restrict dark, const float* __restrict gain,
@@ -449,24 +488,46 @@ u32 pack(u16* __restrict out, const float* __restrict dark, const float* __restr
 {
     auto block = [=](size i) { return GainDark{load<vf>(gain + i), load<vf>(dark + i)}; };
     auto one = [=](size i) { return GainDarkOne{gain[i], dark[i]}; };
-    return sixteenBit ? packWords<true>(out, pixels, step, scale, levels, block, one)
-                      : packWords<false>(out, pixels, step, scale, levels, block, one);
+    return packAny(out, pixels, step, scale, levels, sixteenBit, block, one);
 }
 
-// gainMap and pack in one pass: each gain is packed while still in registers.
-u32 gainPack(float* __restrict map, u16* __restrict out, const float* __restrict mean,
+// gainMap and pack in one pass: each gain is packed while still in registers,
+// and kept in map where there is one.
+template <bool StoreMap>
+static inline __attribute__((always_inline)) u32
+gainPackInto(float* __restrict map, u16* __restrict out, const float* __restrict mean,
              const float* __restrict dark, size pixels, float target, float step, i32 scale,
              i32 levels, bool sixteenBit)
 {
     const vf target8 = vf{} + target;
     auto block = [=](size i) {
         const vf g = gainOf(load<vf>(mean + i), target8);
-        store(map + i, g);
+        if constexpr (StoreMap)
+            store(map + i, g);
         return GainDark{g, load<vf>(dark + i)};
     };
-    auto one = [=](size i) { return GainDarkOne{map[i] = gainOf(mean[i], target), dark[i]}; };
-    return sixteenBit ? packWords<true>(out, pixels, step, scale, levels, block, one)
-                      : packWords<false>(out, pixels, step, scale, levels, block, one);
+    auto one = [=](size i) {
+        const float g = gainOf(mean[i], target);
+        if constexpr (StoreMap)
+            map[i] = g;
+        return GainDarkOne{g, dark[i]};
+    };
+    return packAny(out, pixels, step, scale, levels, sixteenBit, block, one);
+}
+
+u32 gainPack(float* __restrict map, u16* __restrict out, const float* __restrict mean,
+             const float* __restrict dark, size pixels, float target, float step, i32 scale,
+             i32 levels, bool sixteenBit)
+{
+    return gainPackInto<true>(map, out, mean, dark, pixels, target, step, scale, levels,
+                              sixteenBit);
+}
+
+u32 gainPackOnly(u16* __restrict out, const float* __restrict mean, const float* __restrict dark,
+                 size pixels, float target, float step, i32 scale, i32 levels, bool sixteenBit)
+{
+    return gainPackInto<false>(nullptr, out, mean, dark, pixels, target, step, scale, levels,
+                               sixteenBit);
 }
 
 void sumStart16(u32* __restrict sums, const u16* __restrict p, size pixels)
@@ -481,6 +542,47 @@ void sumAdd16(u32* __restrict sums, const u16* __restrict p, size pixels)
         sums[i] += p[i];
 }
 
+// What a pass over two series' sums needs, prepared once.
+//
+// A mean is float(sum) / float(count), which the loop takes without dividing:
+// the float sum times the reciprocal of the count, both in double, rounded to
+// float, is the same float. The exact quotient is never a midpoint between two
+// floats (its odd part would need more than 24 bits) and lies at least 2^-40 of
+// its size from one (count <= 32766), while the double product is within 2^-52
+// of it.
+struct SumsPass
+{
+    // Copies, not references into in: the loop stores through the pointers,
+    // and the compiler would otherwise read every field again after each store.
+    u32* dark;
+    u32* bright;
+    size pixels;
+    double darkScale, brightScale; // reciprocals of the counts
+    float step, stepScale;         // stepScale = 1 / step, used when step is a power of two
+    float offset;
+    i32 levels;
+
+    explicit SumsPass(const SeriesSums& in)
+        : dark(in.dark), bright(in.bright), pixels(in.pixels),
+          darkScale(1.0 / double(in.darkCount)), brightScale(1.0 / double(in.brightCount)),
+          step(in.step), stepScale(1.0f / in.step), offset(in.offset), levels(in.levels)
+    {
+    }
+};
+
+static inline __attribute__((always_inline)) vf meanOf(vi sums, double scale)
+{
+    const vf x = __builtin_convertvector(sums, vf);
+    const vhd low = NUC_WIDEN_LOW(x) * scale;
+    const vhd high = NUC_WIDEN_HIGH(x) * scale;
+    return NUC_JOIN(__builtin_convertvector(low, vhf), __builtin_convertvector(high, vhf));
+}
+
+static inline __attribute__((always_inline)) float meanOf(u32 sum, double scale)
+{
+    return float(double(float(i32(sum))) * scale);
+}
+
 // The dark map value (makeNUCDark16) and the corrected bright mean
 // (makeNUCBright's subtraction) of Lanes pixels, or of one, from the sums.
 struct Corrected
@@ -492,54 +594,52 @@ struct CorrectedOne
     float dark, value;
 };
 
-static inline __attribute__((always_inline)) Corrected correctedBlock(const SeriesSums& in, size i)
+template <bool StepIsPowerOfTwo>
+static inline __attribute__((always_inline)) Corrected correctedBlock(const SumsPass& pass, size i)
 {
     const vi none = {};
     const vf zero = {};
-    const vf darkMean = __builtin_convertvector(load<vi>(in.dark + i), vf) / (zero + in.darkCount);
-    vi v = __builtin_convertvector((darkMean - (zero + in.offset)) / (zero + in.step), vi);
+    const vf above = meanOf(load<vi>(pass.dark + i), pass.darkScale) - pass.offset;
+    vi v = __builtin_convertvector(
+        StepIsPowerOfTwo ? above * (zero + pass.stepScale) : above / (zero + pass.step), vi);
     v = v < 0 ? none : v;
-    v = v > in.levels - 1 ? none + (in.levels - 1) : v;
-    const vf dark = __builtin_convertvector(v, vf) * (zero + in.step);
-    const vf brightMean =
-        __builtin_convertvector(load<vi>(in.bright + i), vf) / (zero + in.brightCount);
-    return {dark, brightMean - dark};
+    v = v > pass.levels - 1 ? none + (pass.levels - 1) : v;
+    const vf dark = __builtin_convertvector(v, vf) * (zero + pass.step);
+    return {dark, meanOf(load<vi>(pass.bright + i), pass.brightScale) - dark};
 }
 
-static inline __attribute__((always_inline)) CorrectedOne correctedOne(const SeriesSums& in, size i)
+static inline __attribute__((always_inline)) CorrectedOne correctedOne(const SumsPass& pass, size i)
 {
-    const float darkMean = float(i32(in.dark[i])) / in.darkCount;
-    i32 v = i32((darkMean - in.offset) / in.step);
+    i32 v = i32((meanOf(pass.dark[i], pass.darkScale) - pass.offset) / pass.step);
     v = v < 0 ? 0 : v;
-    v = v >= in.levels ? in.levels - 1 : v;
-    const float dark = float(v) * in.step;
-    return {dark, float(i32(in.bright[i])) / in.brightCount - dark};
+    v = v >= pass.levels ? pass.levels - 1 : v;
+    const float dark = float(v) * pass.step;
+    return {dark, meanOf(pass.bright[i], pass.brightScale) - dark};
 }
 
-void gatherCorrected16(const SeriesSums& in, SumFacts* facts)
+template <bool StepIsPowerOfTwo>
+static inline __attribute__((always_inline)) void correctSums(const SumsPass pass, SumFacts* facts)
 {
-    gatherSumFacts(in.pixels, facts, [&in](size i) { return correctedBlock(in, i).value; });
+    size i = gatherSumFacts(pass.pixels, facts, [pass](size at) {
+        const Corrected c = correctedBlock<StepIsPowerOfTwo>(pass, at);
+        store(pass.dark + at, c.dark);
+        store(pass.bright + at, c.value);
+        return c.value;
+    });
+    for (; i < pass.pixels; ++i) {
+        const CorrectedOne c = correctedOne(pass, i);
+        __builtin_memcpy(pass.dark + i, &c.dark, 4);
+        __builtin_memcpy(pass.bright + i, &c.value, 4);
+    }
 }
 
-double correctedSumInOrder16(const SeriesSums& in, double start, size from, size to)
+void correctSums16(const SeriesSums& in, SumFacts* facts)
 {
-    for (size i = from; i < to; ++i)
-        start += correctedOne(in, i).value;
-    return start;
-}
-
-u32 gainPackSums16(u16* __restrict out, const SeriesSums& in, float target, i32 scale)
-{
-    const vf target8 = vf{} + target;
-    auto block = [&in, target8](size i) {
-        const Corrected c = correctedBlock(in, i);
-        return GainDark{gainOf(c.value, target8), c.dark};
-    };
-    auto one = [&in, target](size i) {
-        const CorrectedOne c = correctedOne(in, i);
-        return GainDarkOne{gainOf(c.value, target), c.dark};
-    };
-    return packWords<true>(out, in.pixels, in.step, scale, in.levels, block, one);
+    const SumsPass pass(in);
+    if (isPowerOfTwo(in.step))
+        correctSums<true>(pass, facts);
+    else
+        correctSums<false>(pass, facts);
 }
 
 } // namespace NUC_KERNEL_NAMESPACE
@@ -550,11 +650,10 @@ namespace NUC_KERNEL_NAMESPACE {
 
 extern const KernelSet set;
 const KernelSet set = {
-    NUC_KERNEL_NAME,   add16,        start16,     remove16,          add8,
-    remove8,           addRgb32,     removeRgb32, darkMap8,          darkMap16,
-    darkMap16Subtract, subtractDark, sumInOrder,  gainMap,           pack,
-    gainPack,          sumStart16,   sumAdd16,    gatherCorrected16, correctedSumInOrder16,
-    gainPackSums16,
+    NUC_KERNEL_NAME,   add16,        start16,     remove16,      add8,
+    remove8,           addRgb32,     removeRgb32, darkMap8,      darkMap16,
+    darkMap16Subtract, subtractDark, sumInOrder,  gainMap,       pack,
+    gainPack,          sumStart16,   sumAdd16,    correctSums16, gainPackOnly,
 };
 
 } // namespace NUC_KERNEL_NAMESPACE

@@ -157,13 +157,4 @@ double sumAfter(const KernelSet& set, const SumFacts& facts, const float* mean, 
     return sum;
 }
 
-double correctedSum16(const KernelSet& set, const SeriesSums& in)
-{
-    SumFacts facts;
-    set.gatherCorrected16(in, &facts);
-    if (laneSumIsExact(facts))
-        return set.correctedSumInOrder16(in, facts.laneSum, facts.head, in.pixels);
-    return set.correctedSumInOrder16(in, 0.0, 0, in.pixels);
-}
-
 } // namespace NucKernels

@@ -32,14 +32,13 @@ struct SumFacts
     bool special = false;      // a NaN, infinity or subnormal among them
 };
 
-// A map made straight from the exact sums of a dark and a bright 16-bit
-// series (NucSeriesSum): each mean is taken as the series takes it, float(sum)
-// / float(count), and the dark map and corrected bright mean are those of
-// makeNUCDark16 and makeNUCBright. Sums are below 2^31.
+// Two 16-bit series kept as exact sums (NucSeriesSum), of the same size. Each
+// mean is taken as the series take it, float(sum) / float(count); sums are
+// below 2^31.
 struct SeriesSums
 {
-    const u32* dark;
-    const u32* bright;
+    u32* dark;
+    u32* bright;
     size pixels;
     float darkCount;
     float brightCount;
@@ -81,15 +80,14 @@ struct KernelSet
     // one (sums then stay below 2^31 for FastCountLimit images).
     void (*sumStart16)(u32* sums, const u16* p, size pixels);
     void (*sumAdd16)(u32* sums, const u16* p, size pixels);
-    // The corrected bright mean of in, gathered as subtractDark gathers it
-    // (whole vectors only; facts->head says how far) but stored nowhere.
-    void (*gatherCorrected16)(const SeriesSums& in, SumFacts* facts);
-    // start plus the corrected bright mean of pixels from .. to - 1, added in
-    // index order.
-    double (*correctedSumInOrder16)(const SeriesSums& in, double start, size from, size to);
-    // The gain of each corrected bright mean against target, packed with its
-    // dark map value as gainPack packs them (16-bit rules); no map is stored.
-    u32 (*gainPackSums16)(u16* out, const SeriesSums& in, float target, i32 scale);
+    // Overwrites, as floats, each dark sum with the pixel's dark map value
+    // (makeNUCDark16 on the dark mean) and each bright sum with its corrected
+    // bright mean (makeNUCBright's subtraction), gathering the corrected values
+    // as subtractDark does.
+    void (*correctSums16)(const SeriesSums& in, SumFacts* facts);
+    // gainPack without keeping the gain map.
+    u32 (*gainPackOnly)(u16* out, const float* mean, const float* dark, size pixels, float target,
+                        float step, i32 scale, i32 levels, bool sixteenBit);
 };
 
 // The fastest set this processor runs.
@@ -120,9 +118,5 @@ double subtractDarkAndSum(const KernelSet& set, float* mean, const float* dark, 
 // The sum the plain loop would take of values, given what subtractDark (or
 // darkMap16Subtract) learnt while writing them.
 double sumAfter(const KernelSet& set, const SumFacts& facts, const float* values, size pixels);
-
-// The sum of the corrected bright mean of in as the plain loop (double, index
-// order) would take it after makeNUCBright.
-double correctedSum16(const KernelSet& set, const SeriesSums& in);
 
 } // namespace NucKernels

@@ -89,35 +89,41 @@ QByteArray uninitialisedFile(quint32 pixels)
     return file;
 }
 
-bool sumsInput(const NucSeriesSum& dark, const NucSeriesSum& bright, quint16 targetOffset,
-               NucKernels::SeriesSums* in)
+bool sameSize(const NucSeriesSum& dark, const NucSeriesSum& bright)
 {
-    if (dark.count() == 0 || bright.count() == 0 || dark.width() != bright.width() ||
-        dark.height() != bright.height() || bright.pixels() == 0)
-        return false;
+    return dark.count() != 0 && bright.count() != 0 && dark.width() == bright.width() &&
+           dark.height() == bright.height() && bright.pixels() != 0;
+}
+
+// Two passes over the sums, which are used up: the first turns them in place
+// into the dark map and the corrected bright mean and sums the latter for the
+// target, the second packs each word with its gain against that target.
+// Returns the word sum.
+quint32 packFromSums(NucSeriesSum& dark, NucSeriesSum& bright, float targetGain,
+                     quint16 targetOffset, quint16* out)
+{
+    const quint32 pixels = bright.pixels();
+    const float darkCount = float(dark.count()), brightCount = float(bright.count());
+    const std::unique_ptr<quint32[]> darkMap = dark.take(), corrected = bright.take();
     const float s = float(NucTargets::OffsetStep);
-    *in = {dark.data(),
-           bright.data(),
-           bright.pixels(),
-           float(dark.count()),
-           float(bright.count()),
-           s,
-           float(targetOffset) * s,
-           qint32(NucTargets::OffsetLevels)};
-    return true;
-}
-
-// Two passes over the sums: the first for the target (the mean of the
-// corrected bright image), the second packs each word with its gain against
-// it. Returns the word sum.
-quint32 packFromSums(const NucKernels::SeriesSums& in, float targetGain, quint16* out)
-{
+    const NucKernels::SeriesSums in{darkMap.get(),
+                                    corrected.get(),
+                                    pixels,
+                                    darkCount,
+                                    brightCount,
+                                    s,
+                                    float(targetOffset) * s,
+                                    qint32(NucTargets::OffsetLevels)};
     const NucKernels::KernelSet& kernels = NucKernels::best();
-    const double sum = NucKernels::correctedSum16(kernels, in);
-    const float target = float(sum / qint32(in.pixels)) * targetGain;
-    return kernels.gainPackSums16(out, in, target, qint32(NucTargets::GainScale));
+    NucKernels::SumFacts facts;
+    kernels.correctSums16(in, &facts);
+    const auto* correctedMean = reinterpret_cast<const float*>(corrected.get());
+    const double sum = NucKernels::sumAfter(kernels, facts, correctedMean, pixels);
+    const float target = float(sum / qint32(pixels)) * targetGain;
+    return kernels.gainPackOnly(out, correctedMean, reinterpret_cast<const float*>(darkMap.get()),
+                                pixels, target, s, qint32(NucTargets::GainScale),
+                                qint32(NucTargets::OffsetLevels), true);
 }
-
 } // namespace
 
 bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
@@ -197,36 +203,35 @@ bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targe
     return true;
 }
 
-bool binFileFromSums(const NucSeriesSum& dark, const NucSeriesSum& bright, float targetGain,
+bool binFileFromSums(NucSeriesSum& dark, NucSeriesSum& bright, float targetGain,
                      quint16 targetOffset, quint32 mapId, QByteArray* file)
 {
-    NucKernels::SeriesSums in;
-    if (!sumsInput(dark, bright, targetOffset, &in))
+    if (!sameSize(dark, bright))
         return false;
+    const quint32 w = bright.width(), h = bright.height();
     if (QSysInfo::ByteOrder != QSysInfo::LittleEndian) {
         QVector<quint16> words;
         packedMapFromSums(dark, bright, targetGain, targetOffset, &words);
-        *file = NucMapFile::binFile(mapId, bright.width(), bright.height(), words);
+        *file = NucMapFile::binFile(mapId, w, h, words);
         return true;
     }
-    QByteArray bytes = uninitialisedFile(bright.pixels());
+    QByteArray bytes = uninitialisedFile(w * h);
     char* data = bytes.data();
-    quint32 sum = writeHeader(data, mapId, bright.width(), bright.height());
-    sum +=
-        packFromSums(in, targetGain, reinterpret_cast<quint16*>(data + NucMapFile::BinHeaderSize));
+    quint32 sum = writeHeader(data, mapId, w, h);
+    sum += packFromSums(dark, bright, targetGain, targetOffset,
+                        reinterpret_cast<quint16*>(data + NucMapFile::BinHeaderSize));
     putLe32(data + 8, quint32(0) - sum);
     *file = bytes;
     return true;
 }
 
-bool packedMapFromSums(const NucSeriesSum& dark, const NucSeriesSum& bright, float targetGain,
+bool packedMapFromSums(NucSeriesSum& dark, NucSeriesSum& bright, float targetGain,
                        quint16 targetOffset, QVector<quint16>* words)
 {
-    NucKernels::SeriesSums in;
-    if (!sumsInput(dark, bright, targetOffset, &in))
+    if (!sameSize(dark, bright))
         return false;
-    QVector<quint16> packed(qint32(in.pixels));
-    packFromSums(in, targetGain, packed.data());
+    QVector<quint16> packed(qint32(bright.pixels()));
+    packFromSums(dark, bright, targetGain, targetOffset, packed.data());
     *words = packed;
     return true;
 }

@@ -36,12 +36,13 @@ bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targe
 
 // From the exact sums of a 16-bit dark and bright series: the .bin file (map
 // id mapId, unswapped words) or the words that generate() followed by
-// binFile() or packedMap() give for series holding the same images. Neither
-// float map is kept and the sums stay as they are. False, leaving the result
-// alone, when a sum is empty or the two differ in size.
-bool binFileFromSums(const NucSeriesSum& dark, const NucSeriesSum& bright, float targetGain,
+// binFile() or packedMap() give for series holding the same images. The sums'
+// memory is reused for the passes, so both sums are empty afterwards; neither
+// float map is kept. False, leaving the sums and the result alone, when a sum
+// is empty or the two differ in size.
+bool binFileFromSums(NucSeriesSum& dark, NucSeriesSum& bright, float targetGain,
                      quint16 targetOffset, quint32 mapId, QByteArray* file);
-bool packedMapFromSums(const NucSeriesSum& dark, const NucSeriesSum& bright, float targetGain,
+bool packedMapFromSums(NucSeriesSum& dark, NucSeriesSum& bright, float targetGain,
                        quint16 targetOffset, QVector<quint16>* words);
 
 } // namespace NucMapGeneration

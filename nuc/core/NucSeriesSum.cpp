@@ -26,3 +26,9 @@ bool NucSeriesSum::add(const QImage& image)
     ++images;
     return true;
 }
+
+std::unique_ptr<quint32[]> NucSeriesSum::take()
+{
+    images = columns = rows = 0;
+    return std::move(sums);
+}

@@ -30,6 +30,10 @@ public:
     quint32 pixels() const { return columns * rows; }
     const quint32* data() const { return sums.get(); }
 
+    // Hands the sums over, leaving this sum empty: for a caller that turns
+    // them into something else in place.
+    std::unique_ptr<quint32[]> take();
+
 private:
     std::unique_ptr<quint32[]> sums;
     quint32 images = 0;

@@ -156,6 +156,36 @@ size pixelsOf(const NUShadingParams& p)
     return size(p.width) * p.height;
 }
 
+// The two passes a map made from sums takes, through one kernel set: the sums
+// turned in place into dark map and corrected bright mean, the target from
+// their sum, and the packed words.
+struct SumsResult
+{
+    std::vector<float> dark, corrected;
+    float mean; // of the corrected values, as NUShadingParams::mean() takes it
+    std::vector<u16> words;
+    u32 wordSum;
+};
+
+SumsResult fromSums(const KernelSet& set, std::vector<u32> darkSums, std::vector<u32> brightSums,
+                    float count, float step, float offset, float gain)
+{
+    const size n = darkSums.size();
+    const SeriesSums in{darkSums.data(), brightSums.data(), n, count, count, step, offset, 64};
+    SumsResult r;
+    SumFacts facts;
+    set.correctSums16(in, &facts);
+    r.dark.resize(n);
+    r.corrected.resize(n);
+    std::memcpy(r.dark.data(), darkSums.data(), n * 4);
+    std::memcpy(r.corrected.data(), brightSums.data(), n * 4);
+    r.mean = float(sumAfter(set, facts, r.corrected.data(), n) / qint32(n));
+    r.words.resize(n);
+    r.wordSum = set.gainPackOnly(r.words.data(), r.corrected.data(), r.dark.data(), n,
+                                 r.mean * gain, step, 1024, 64, true);
+    return r;
+}
+
 } // namespace
 
 class TestNucMapGeneration : public QObject
@@ -381,26 +411,87 @@ private slots:
                     (k == 0 ? set.sumStart16 : set.sumAdd16)(darkSums.data(), d, n);
                     (k == 0 ? set.sumStart16 : set.sumAdd16)(brightSums.data(), b, n);
                 }
-                const float count = float(steps.darkImages.size());
-                const SeriesSums in{
-                    darkSums.data(), brightSums.data(), n, count, count, 4.0f, 4.0f * offset, 64};
-                const float target = float(correctedSum16(set, in) / qint32(n));
-                QCOMPARE(target, steps.bright.mean());
-                std::vector<u16> words(n);
-                QCOMPARE(set.gainPackSums16(words.data(), in, target * gain, 1024), expectedSum);
-                QVERIFY2(std::memcmp(words.data(), expectedWords.data(), n * 2) == 0, set.name);
+                const SumsResult r =
+                    fromSums(set, darkSums, brightSums, float(steps.darkImages.size()), 4.0f,
+                             4.0f * offset, gain);
+                QVERIFY2(sameBits(r.dark.data(), steps.dark.map.get(), n), set.name);
+                QVERIFY2(sameBits(r.corrected.data(), steps.bright.meanBuffer.get(), n), set.name);
+                QCOMPARE(r.mean, steps.bright.mean());
+                QCOMPARE(r.wordSum, expectedSum);
+                QVERIFY2(std::memcmp(r.words.data(), expectedWords.data(), n * 2) == 0, set.name);
             }
 
-            NucSeriesSum dark, bright;
-            for (int k = 0; k < steps.darkImages.size(); ++k)
-                QVERIFY(dark.add(steps.darkImages[k]) && bright.add(steps.brightImages[k]));
-            QByteArray file;
-            QVERIFY(NucMapGeneration::binFileFromSums(dark, bright, gain, offset, 77, &file));
-            QCOMPARE(file, NucMapFile::binFile(77, steps.bright.width, steps.bright.height,
-                                               expectedWords));
-            QVector<quint16> words;
-            QVERIFY(NucMapGeneration::packedMapFromSums(dark, bright, gain, offset, &words));
-            QCOMPARE(words, expectedWords);
+            // The sums are used up by a map.
+            for (bool userMap : {false, true}) {
+                NucSeriesSum dark, bright;
+                for (int k = 0; k < steps.darkImages.size(); ++k)
+                    QVERIFY(dark.add(steps.darkImages[k]) && bright.add(steps.brightImages[k]));
+                QByteArray file;
+                QVector<quint16> words;
+                if (userMap) {
+                    QVERIFY(
+                        NucMapGeneration::packedMapFromSums(dark, bright, gain, offset, &words));
+                    QCOMPARE(words, expectedWords);
+                } else {
+                    QVERIFY(
+                        NucMapGeneration::binFileFromSums(dark, bright, gain, offset, 77, &file));
+                    QCOMPARE(file, NucMapFile::binFile(77, steps.bright.width, steps.bright.height,
+                                                       expectedWords));
+                }
+                QCOMPARE(dark.count() + bright.count(), 0u);
+                QVERIFY(!dark.data() && !bright.data());
+            }
+        }
+    }
+
+    // Means taken from sums, for counts up to the largest a sum takes and sums
+    // over their whole range, through every variant: each corrected value,
+    // their sum and the packed words against plain float division; with the
+    // offset step 4 (multiplied by its reciprocal) and 3 (divided by).
+    void correctedValuesFromSumsMatchDivision()
+    {
+        QRandomGenerator random(20261123);
+        QList<quint32> counts = {1, 2, 3, 7, 255, 1000, 4095, 32765, 32766};
+        for (int k = 0; k < 12; ++k)
+            counts << random.bounded(1u, 32767u);
+        const size n = 2053;
+        for (const float step : {4.0f, 3.0f}) {
+            for (quint32 count : counts) {
+                std::vector<u32> darkSums(n), brightSums(n);
+                for (size i = 0; i < n; ++i) {
+                    // Dark sums near the offset levels, bright ones anywhere.
+                    darkSums[i] = u32(random.bounded(count * 400u));
+                    brightSums[i] = u32(random.bounded(count * 65535u + 1u));
+                }
+                const float fn = float(count);
+                std::vector<float> dark(n), corrected(n);
+                for (size i = 0; i < n; ++i) {
+                    const float darkMean = float(i32(darkSums[i])) / fn;
+                    const i32 v = qBound(0, i32((darkMean - 16 * step) / step), 63);
+                    dark[i] = float(v) * step;
+                    corrected[i] = float(i32(brightSums[i])) / fn - dark[i];
+                }
+                const float mean = float(sequentialSum(corrected) / qint32(n));
+                const float target = mean * 1.1f;
+                for (int v = 0; v < variantCount(); ++v) {
+                    const KernelSet& set = variant(v);
+                    const QByteArray where =
+                        QByteArray(set.name) + ", count " + QByteArray::number(count);
+                    const SumsResult r =
+                        fromSums(set, darkSums, brightSums, fn, step, 16 * step, 1.1f);
+                    QVERIFY2(sameBits(r.dark.data(), dark.data(), n), where.constData());
+                    QVERIFY2(sameBits(r.corrected.data(), corrected.data(), n), where.constData());
+                    QVERIFY2(r.mean == mean, where.constData());
+                    for (size i = 0; i < n; ++i) {
+                        const float m = corrected[i];
+                        const float g = m == 0.0f ? 2.0f : qBound(1.0f, target / m, 2.0f);
+                        QCOMPARE(
+                            r.words[i],
+                            u16(NucMapPacking::gainCode(g, 1024) |
+                                (NucMapPacking::offsetCode(dark[i], qint32(step), 64, 16) << 10)));
+                    }
+                }
+            }
         }
     }
 
@@ -454,6 +545,7 @@ private slots:
         QVERIFY(brightSum.add(s.brightImages[0].copy(0, 0, 8, 4)));
         QVERIFY(!NucMapGeneration::binFileFromSums(darkSum, brightSum, 1.1f, 16, 1, &file));
         QCOMPARE(file, QByteArray("untouched"));
+        QCOMPARE(darkSum.count() + brightSum.count(), 2u);
 
         // Nothing generated: a map of zeros, as the panel's save writes it.
         Series none;

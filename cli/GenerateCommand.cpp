@@ -3,6 +3,7 @@
 #include "CliCommand.h"
 #include "ImagePrefetcher.h"
 #include "NucImageInput.h"
+#include "NucLargeBuffer.h"
 #include "NucMapFile.h"
 #include "NucMapGeneration.h"
 #include "NucTargets.h"
@@ -117,6 +118,8 @@ int runGenerateCommand(const QStringList& arguments)
     // arenas of the decoding threads, which keep freed blocks resident.
     mallopt(M_MMAP_THRESHOLD, 1 << 20);
 #endif
+    // One run, all memory fresh: small pages come cheaper (see there).
+    NucLargeBuffer::setHugePagesWanted(false);
     QCommandLineParser parser;
     parser.setApplicationDescription(
         tr("Makes a shading map from dark images (lens cap on) and bright images (evenly lit "

@@ -1,5 +1,6 @@
 #include "NucLargeBuffer.h"
 
+#include <atomic>
 #include <cstdint>
 
 #if defined(__linux__)
@@ -12,12 +13,21 @@
 
 namespace NucLargeBuffer {
 
+namespace {
+std::atomic<bool> hugePagesWanted{true};
+}
+
+void setHugePagesWanted(bool wanted)
+{
+    hugePagesWanted = wanted;
+}
+
 void adviseHugePages(void* data, std::size_t bytes)
 {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
     // Below a few huge pages the hint buys nothing.
     constexpr std::size_t hugePage = std::size_t(2) << 20;
-    if (!data || bytes < 4 * hugePage)
+    if (!data || bytes < 4 * hugePage || !hugePagesWanted)
         return;
     const std::uintptr_t page = std::uintptr_t(sysconf(_SC_PAGESIZE));
     const std::uintptr_t begin = (std::uintptr_t(data) + page - 1) & ~(page - 1);

@@ -10,8 +10,17 @@
 namespace NucLargeBuffer {
 
 // Marks the whole pages inside [data, data + bytes) for huge pages where the
-// system supports it; nothing otherwise. Only a hint: contents are unchanged.
+// system supports it and they are wanted; nothing otherwise. Only a hint:
+// contents are unchanged.
 void adviseHugePages(void* data, std::size_t bytes);
+
+// Whether adviseHugePages asks for them (it does unless told otherwise). Huge
+// pages pay off in a process that reuses its memory, like the assistant. A
+// short run whose buffers are all fresh may get them from memory the
+// hypervisor has reclaimed, where each costs more than the small pages it
+// replaces: on the 2-core virtual machine the benchmarks ran on, orvex-nuc
+// generate spent 0.2 to 0.4 s in the kernel with them and about 0.1 s without.
+void setHugePagesWanted(bool wanted);
 
 // new T[count] (uninitialised) or, with zeroed, new T[count](); null when the
 // allocation fails. Release with delete[] as usual.

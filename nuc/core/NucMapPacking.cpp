@@ -1,6 +1,7 @@
 #include "NucMapPacking.h"
 
 #include "NUShadingParams.h"
+#include "NucKernels.h"
 
 #include <QtEndian>
 
@@ -40,21 +41,13 @@ void getBinMap(const NUShadingParams& dark, const NUShadingParams& bright, int b
     const quint32 pixels = bright.width * bright.height;
     if (!out || !dark.map || !bright.map || pixels == 0)
         return;
-    const float* offsets = dark.map.get();
-    const float* gains = bright.map.get();
-    const quint32 scale = bright.gainScale;
-    const qint32 step = bright.offsetStep;
-    const quint32 levels = bright.offsetLevels;
-
-    if (!swapBytes) {
+    // The processor's fastest packing loop: the codes of gainCode and
+    // offsetCode, word by word.
+    NucKernels::best().pack(out, dark.map.get(), bright.map.get(), pixels, float(bright.offsetStep),
+                            qint32(bright.gainScale), qint32(bright.offsetLevels), bitDepth == 16);
+    if (swapBytes)
         for (quint32 i = 0; i < pixels; ++i)
-            out[i] = quint16(gainCode(gains[i], scale) |
-                             (offsetCode(offsets[i], step, levels, bitDepth) << 10));
-        return;
-    }
-    for (quint32 i = 0; i < pixels; ++i)
-        out[i] = qbswap(quint16(gainCode(gains[i], scale) |
-                                (offsetCode(offsets[i], step, levels, bitDepth) << 10)));
+            out[i] = qbswap(out[i]);
 }
 
 QVector<quint16> packedMap(const NUShadingParams& dark, const NUShadingParams& bright, int bitDepth,

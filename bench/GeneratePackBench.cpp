@@ -74,7 +74,10 @@ int runGeneratePack(int rounds)
     auto stepsRound = [&](QByteArray* file) {
         restore();
         const double start = Bench::seconds();
-        if (!input.createShadingMap(gain, offset, true))
+        for (NUShadingParams* series : {&input.darkParams, &input.brightParams})
+            series->updateTargetParam(gain, offset);
+        input.darkParams.makeNUCDark16();
+        if (!input.brightParams.makeNUCBright(input.darkParams.map.get()))
             return -1.0;
         *file = NucMapFile::binFile(
             mapId, input.brightParams.width, input.brightParams.height,

@@ -1,6 +1,7 @@
 #include "NucImageInput.h"
 
 #include "NucLargeBuffer.h"
+#include "NucMapGeneration.h"
 #include "NucLimits.h"
 
 #include <QtEndian>
@@ -237,13 +238,10 @@ bool NucImageInput::canGenerate(Message* message) const
 
 bool NucImageInput::createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit)
 {
-    darkParams.updateTargetParam(targetGain, targetOffset);
-    brightParams.updateTargetParam(targetGain, targetOffset);
-    if (sixteenBit)
-        darkParams.makeNUCDark16();
-    else
-        darkParams.makeNUCDark();
-    return brightParams.makeNUCBright(darkParams.map.get());
+    // The targets on both series, the dark map by the depth's rules, then the
+    // gain map; with fewer passes over the pixels than calling those steps.
+    return NucMapGeneration::generate(darkParams, brightParams, targetGain, targetOffset,
+                                      sixteenBit);
 }
 
 QString NucImageInput::generationFailedText()

@@ -124,6 +124,7 @@ quint32 packFromSums(NucSeriesSum& dark, NucSeriesSum& bright, float targetGain,
                                 pixels, target, s, qint32(NucTargets::GainScale),
                                 qint32(NucTargets::OffsetLevels), true);
 }
+
 } // namespace
 
 bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,

@@ -418,7 +418,11 @@ struct GainDarkOne
     float gain, dark;
 };
 
-template <bool SixteenBit, bool StepIsPowerOfTwo, typename Block, typename One>
+// SixteenBit: the depth's offset rule. StepIsPowerOfTwo: the offset step's
+// division is a multiplication by its reciprocal, which is exact.
+// FloatGainCode: every gain lies between 1 and 2 (or is NaN) and the scale is
+// a power of two, so (gain - 1) * scale is exact in float as in double.
+template <bool SixteenBit, bool StepIsPowerOfTwo, bool FloatGainCode, typename Block, typename One>
 static inline __attribute__((always_inline)) u32
 packWords(u16* __restrict out, size pixels, float step, i32 scale, i32 levels, Block block, One one)
 {
@@ -433,15 +437,23 @@ packWords(u16* __restrict out, size pixels, float step, i32 scale, i32 levels, B
     size i = 0;
     for (; i + Lanes <= pixels; i += Lanes) {
         const GainDark in = block(i);
-        vhd g0 = (NUC_WIDEN_LOW(in.gain) - one4) * scale4;
-        vhd g1 = (NUC_WIDEN_HIGH(in.gain) - one4) * scale4;
-        g0 = g0 > zero4 ? g0 : zero4;
-        g1 = g1 > zero4 ? g1 : zero4;
-        g0 = g0 < top4 ? g0 : top4;
-        g1 = g1 < top4 ? g1 : top4;
-        const vhi G0 = __builtin_convertvector(g0, vhi);
-        const vhi G1 = __builtin_convertvector(g1, vhi);
-        const vi G = NUC_JOIN(G0, G1);
+        vi G;
+        if constexpr (FloatGainCode) {
+            vf g = (in.gain - 1.0f) * float(scale);
+            g = g > zero8 ? g : zero8;
+            g = g < zero8 + float(scale - 1) ? g : zero8 + float(scale - 1);
+            G = __builtin_convertvector(g, vi);
+        } else {
+            vhd g0 = (NUC_WIDEN_LOW(in.gain) - one4) * scale4;
+            vhd g1 = (NUC_WIDEN_HIGH(in.gain) - one4) * scale4;
+            g0 = g0 > zero4 ? g0 : zero4;
+            g1 = g1 > zero4 ? g1 : zero4;
+            g0 = g0 < top4 ? g0 : top4;
+            g1 = g1 < top4 ? g1 : top4;
+            const vhi G0 = __builtin_convertvector(g0, vhi);
+            const vhi G1 = __builtin_convertvector(g1, vhi);
+            G = NUC_JOIN(G0, G1);
+        }
 
         // Dividing by a power of two is multiplying by its reciprocal exactly.
         vf o = !SixteenBit        ? step8 * in.dark
@@ -466,19 +478,19 @@ packWords(u16* __restrict out, size pixels, float step, i32 scale, i32 levels, B
     return sum;
 }
 
-// Packs with the rules of the depth; a 16-bit offset step that is a power of
-// two (always, in practice) is multiplied by its reciprocal, which gives the
-// same quotient as the division.
-template <typename Block, typename One>
+// Packs with the rules of the depth. The usual map (16-bit rules, offset step
+// 4, gain scale 1024) takes the loop without divisions and, where the gains are
+// known to lie between 1 and 2, without doubles.
+template <bool GainsInRange, typename Block, typename One>
 static inline __attribute__((always_inline)) u32 packAny(u16* __restrict out, size pixels,
                                                          float step, i32 scale, i32 levels,
                                                          bool sixteenBit, Block block, One one)
 {
-    if (!sixteenBit)
-        return packWords<false, false>(out, pixels, step, scale, levels, block, one);
-    if (isPowerOfTwo(step))
-        return packWords<true, true>(out, pixels, step, scale, levels, block, one);
-    return packWords<true, false>(out, pixels, step, scale, levels, block, one);
+    if (sixteenBit && isPowerOfTwo(step) && (!GainsInRange || isPowerOfTwo(float(scale))))
+        return packWords<true, true, GainsInRange>(out, pixels, step, scale, levels, block, one);
+    if (sixteenBit)
+        return packWords<true, false, false>(out, pixels, step, scale, levels, block, one);
+    return packWords<false, false, false>(out, pixels, step, scale, levels, block, one);
 }
 
 // Packs and returns the sum of the words taken as little-endian 32-bit pairs
@@ -488,7 +500,8 @@ u32 pack(u16* __restrict out, const float* __restrict dark, const float* __restr
 {
     auto block = [=](size i) { return GainDark{load<vf>(gain + i), load<vf>(dark + i)}; };
     auto one = [=](size i) { return GainDarkOne{gain[i], dark[i]}; };
-    return packAny(out, pixels, step, scale, levels, sixteenBit, block, one);
+    // Imported maps bring any gain.
+    return packAny<false>(out, pixels, step, scale, levels, sixteenBit, block, one);
 }
 
 // gainMap and pack in one pass: each gain is packed while still in registers,
@@ -512,7 +525,7 @@ gainPackInto(float* __restrict map, u16* __restrict out, const float* __restrict
             map[i] = g;
         return GainDarkOne{g, dark[i]};
     };
-    return packAny(out, pixels, step, scale, levels, sixteenBit, block, one);
+    return packAny<true>(out, pixels, step, scale, levels, sixteenBit, block, one);
 }
 
 u32 gainPack(float* __restrict map, u16* __restrict out, const float* __restrict mean,

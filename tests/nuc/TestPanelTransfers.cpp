@@ -450,6 +450,15 @@ private slots:
                              : transfer == "btnUploadLocalMap" ? "Upload Local File"
                                                                : "Download";
         QVERIFY(finished(panel, dialogs, task + " Error occurs during File Access.", 30000));
+        QStringList titles;
+        for (const ScriptedDialogs::Call& call : dialogs.calls)
+            titles << call.title;
+        const QStringList asked = transfer == "btnUploadMapToCam" ? QStringList{"Upload Shadin Map"}
+                                  : transfer == "btnUploadLocalMap"
+                                      ? QStringList{"Upload Local Map", "Upload Local Map"}
+                                      : QStringList{"Download File As"};
+        QCOMPARE(titles, asked + QStringList{"File Access"});
+        QCOMPARE(dialogs.calls.last().kind, ScriptedDialogs::Information);
         QStringList told;
         for (const QList<QVariant>& line : log)
             told << QString("%1 %2").arg(line[1].toInt()).arg(line[0].toString());

@@ -28,6 +28,16 @@ constexpr uint64_t kDownloadOpenWaitMs = 2000;
 constexpr uint64_t kCloseWaitMs = 180000;
 constexpr uint64_t kPacketSizeWaitMs = 5000;
 
+// The close wait, unless ORVEX_FILE_CLOSE_WAIT_MS gives another (a positive
+// number of milliseconds): a camera that never finishes a close then costs
+// seconds instead of minutes.
+uint64_t CloseWaitMs()
+{
+    bool ok = false;
+    const int configured = qEnvironmentVariableIntValue("ORVEX_FILE_CLOSE_WAIT_MS", &ok);
+    return ok && configured > 0 ? uint64_t(configured) : kCloseWaitMs;
+}
+
 constexpr int kFrameAttempts = 5;
 
 QString Text(const char* utf8)
@@ -127,11 +137,7 @@ bool OxCamera::UploadBuffer(std::vector<unsigned char> buffer, char const* fileN
     if (m_feature->HasFeature("Filename", hasFilename) && hasFilename &&
         !m_feature->SetValue("Filename", name))
         return false;
-    if (!m_feature->SetValue("FileOpenMode", QStringLiteral("Write")))
-        return false;
-    if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Open")))
-        return false;
-    if (!m_feature->SetCommand("FileOperationExecute", kNoWait))
+    if (!OpenDeviceFile(QStringLiteral("Write"), kNoWait))
         return false;
 
     // From here on the device file is open and every path closes it.
@@ -173,7 +179,7 @@ bool OxCamera::UploadBuffer(std::vector<unsigned char> buffer, char const* fileN
 
     if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Close")))
         return false;
-    if (!m_feature->SetCommand("FileOperationExecute", kCloseWaitMs))
+    if (!m_feature->SetCommand("FileOperationExecute", CloseWaitMs()))
         return false;
     emit updateTransferProcess(0, name, QStringLiteral("Write"));
     if (bytesWritten != nullptr)
@@ -202,10 +208,34 @@ bool OxCamera::UploadLocalFile(char const* fileName, char const* localPath,
     return UploadBuffer(std::move(bytes), fileName, fileSelector, bytesWritten);
 }
 
+bool OxCamera::OpenDeviceFile(const QString& mode, uint64_t waitMs)
+{
+    auto open = [&] {
+        return m_feature->SetValue("FileOpenMode", mode) &&
+               m_feature->SetValue("FileOperationSelector", QStringLiteral("Open")) &&
+               m_feature->SetCommand("FileOperationExecute", waitMs);
+    };
+    if (open())
+        return true;
+    // A file still open on the camera (a transfer that ended without its
+    // close, a close that never completed, a host that died mid-transfer)
+    // refuses a second open: cameras that track the file state take "Open"
+    // off the selector, others fail its execute. Closing it settles both.
+    // With nothing open the camera refuses "Close" as well, and the open
+    // stays refused. One close and one more open, never a loop: a file
+    // left open by a retry would lock the entry for good.
+    if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Close")))
+        return false;
+    // Even a close the camera answers with an error (content it does not
+    // accept) ends the file, so its result does not decide.
+    m_feature->SetCommand("FileOperationExecute", CloseWaitMs());
+    return open();
+}
+
 bool OxCamera::CloseDeviceFile()
 {
     const bool selected = m_feature->SetValue("FileOperationSelector", QStringLiteral("Close"));
-    const bool executed = m_feature->SetCommand("FileOperationExecute", kCloseWaitMs);
+    const bool executed = m_feature->SetCommand("FileOperationExecute", CloseWaitMs());
     return selected && executed;
 }
 
@@ -229,9 +259,7 @@ bool OxCamera::DownloadDeviceFile(char const* localPath, char const* fileName,
     if (m_feature->HasFeature("Filename", hasFilename) && hasFilename &&
         !m_feature->SetValue("Filename", name))
         return false;
-    if (!m_feature->SetValue("FileOpenMode", QStringLiteral("Read")) ||
-        !m_feature->SetValue("FileOperationSelector", QStringLiteral("Open")) ||
-        !m_feature->SetCommand("FileOperationExecute", kDownloadOpenWaitMs)) {
+    if (!OpenDeviceFile(QStringLiteral("Read"), kDownloadOpenWaitMs)) {
         local.close();
         return false;
     }
@@ -287,7 +315,7 @@ bool OxCamera::DownloadDeviceFile(char const* localPath, char const* fileName,
     }
 
     if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Close")) ||
-        !m_feature->SetCommand("FileOperationExecute", kCloseWaitMs))
+        !m_feature->SetCommand("FileOperationExecute", CloseWaitMs()))
         return abort();
     local.close();
     emit updateTransferProcess(0, name, QStringLiteral("Read"));

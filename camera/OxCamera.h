@@ -71,6 +71,9 @@ signals:
     void updateTransferProcess(int64_t remaining, QString fileName, QString fileOperation);
 
 private:
+    // Sets the open mode and opens the selected device file, waiting waitMs
+    // for the open (0: not at all); closes a file left open first.
+    bool OpenDeviceFile(const QString& mode, uint64_t waitMs);
     bool CloseDeviceFile();
 
     OxCameraFeature* m_feature;

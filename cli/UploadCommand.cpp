@@ -78,9 +78,11 @@ int runUploadCommand(const QStringList& arguments)
     const std::vector<unsigned char> bytes(data.begin(), data.end());
     const bool closed = transfer.camera()->UploadBuffer(
         bytes, entry.fileName.toUtf8().constData(), entry.selector.toUtf8().constData(), &written);
+    // Refused, or not confirmed in time (a close that never completed):
+    // "refused" would blame the map for a camera that hangs.
     if (!closed)
-        return transfer.fail(
-            tr("camera %1 refused the upload to %2").arg(transfer.extendedId(), entry.name));
+        return transfer.fail(tr("camera %1 did not complete the upload to %2")
+                                 .arg(transfer.extendedId(), entry.name));
     if (written != long(data.size()))
         return transfer.fail(tr("short transfer: %1 of %2 bytes reached %3")
                                  .arg(written)

@@ -10,6 +10,7 @@
 #include "ui_OrxNUShadingCorrection.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
 #include <QProgressDialog>
 #include <QtConcurrent>
@@ -286,6 +287,13 @@ void OrxNUShadingCorrection::on_btnDownloadMapToFile_clicked()
         emit sendLogMessage(
             tr("Download device file %1: %2 bytes written.").arg(name + failedSuffix(ok)).arg(read),
             ok ? LogInfo : LogError);
+        // What a failed download read stays on disk; the operator must not
+        // take it for a map.
+        if (!ok && QFile::exists(destination))
+            emit sendLogMessage(tr("Partial file left by the failed download: %1 (%2 bytes).")
+                                    .arg(QDir::toNativeSeparators(destination))
+                                    .arg(read),
+                                LogWarning);
         return ok;
     });
     rememberMapDir(destination);

@@ -110,6 +110,8 @@ class TestOxCameraFileAccess : public QObject
     Q_OBJECT
 
 private slots:
+    // Closes that never complete cost one poll instead of three minutes.
+    void initTestCase() { qputenv("ORVEX_FILE_CLOSE_WAIT_MS", "100"); }
     void uploadOneChunkExactSequence();
     void uploadChunks_data();
     void uploadChunks();
@@ -123,6 +125,8 @@ private slots:
     void downloads();
     void downloadFailures_data();
     void downloadFailures();
+    void fileLeftOpenIsClosedFirst_data();
+    void fileLeftOpenIsClosedFirst();
     void deleteDeviceFile();
     void openModeProbe_data();
     void openModeProbe();
@@ -457,6 +461,73 @@ void TestOxCameraFileAccess::downloadFailures()
     QCOMPARE(remainingValues(spy, "Read"), progress);
     // The local file holds what was counted, and stays on disk.
     QCOMPARE(fileBytes(local), seventyText().left(int(read)));
+}
+
+// Transfers that end with the device file still open on the camera, and the
+// transfer after them: it closes that file once and opens its own, never
+// opening twice. (The camera refuses the open of an open file before the
+// request reaches it, so only the accepted open shows in the trace.)
+void TestOxCameraFileAccess::fileLeftOpenIsClosedFirst_data()
+{
+    QTest::addColumn<QJsonObject>("faults");
+    QTest::addColumn<bool>("uploadFirst"); // the transfer that leaves the file open
+    QTest::addColumn<QString>("nextMode"); // "Write": an upload follows, "Read": a download
+    QTest::addColumn<QByteArray>("after"); // the device file after the next transfer
+
+    const QJsonObject neverDone{{"commandLatencyMs", QJsonObject{{"FileOperationExecute", -1}}}};
+    const QJsonObject closeHangs{
+        {"failOperations", QJsonArray{QJsonObject{{"operation", "Close"}, {"hang", true}}}}};
+    QTest::newRow("download stopped at its length write")
+        << failFeature("FileAccessLength") << false << "Write" << toBytes(pattern(70000, 5));
+    QTest::newRow("download open never completed")
+        << neverDone << false << "Read" << QByteArray("previous");
+    // Closing the left file stores the whole upload that was waiting in it.
+    QTest::newRow("upload close never completed")
+        << closeHangs << true << "Read" << toBytes(pattern(70000, 4));
+    QTest::newRow("upload close never completed, upload next")
+        << closeHangs << true << "Write" << toBytes(pattern(70000, 5));
+}
+
+void TestOxCameraFileAccess::fileLeftOpenIsClosedFirst()
+{
+    QFETCH(QJsonObject, faults);
+    QFETCH(bool, uploadFirst);
+    QFETCH(QString, nextMode);
+    QFETCH(QByteArray, after);
+    Fixture f(fileCamera(faults));
+    QVERIFY(f.ok());
+    const QByteArray local = QFile::encodeName(f.sim.path("local.bin"));
+    long count = -1;
+    if (uploadFirst)
+        QVERIFY(!f.camera().UploadBuffer(pattern(70000, 4), "map.bin", "Userfile", &count));
+    else
+        QVERIFY(!f.camera().DownloadDeviceFile(local, "map.bin", "Userfile", &count));
+    QCOMPARE(f.storedFile("Userfile"), QByteArray("previous"));
+
+    QCOMPARE(f.sim.control().ClearFaults(kCam), 0);
+    f.sim.clearTrace(kCam);
+    if (nextMode == "Write") {
+        QVERIFY(f.camera().UploadBuffer(pattern(70000, 5), "map.bin", "Userfile", &count));
+    } else {
+        QVERIFY(f.camera().DownloadDeviceFile(local, "map.bin", "Userfile", &count));
+        QCOMPARE(fileBytes(f.sim.path("local.bin")), after);
+    }
+    QCOMPARE(count, long(after.size()));
+    QCOMPARE(f.storedFile("Userfile"), after);
+    const QString mode = "FileOpenMode set " + nextMode;
+    QStringList opening{mode,
+                        "FileOperationSelector set Close",
+                        "FileOperationExecute execute",
+                        "FileOperationExecute isdone 1",
+                        mode,
+                        "FileOperationSelector set Open",
+                        "FileOperationExecute execute"};
+    if (nextMode == "Read")
+        opening << "FileOperationExecute isdone 1";
+    const QStringList trace = f.trace();
+    QCOMPARE(trace.mid(2, opening.size()), opening);
+    QCOMPARE(trace.count("FileOperationSelector set Open"), 1);
+    QCOMPARE(trace.count("FileOperationSelector set Close"), 2);
 }
 
 void TestOxCameraFileAccess::deleteDeviceFile()

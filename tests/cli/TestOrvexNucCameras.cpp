@@ -56,6 +56,9 @@ class TestOrvexNucCameras : public QObject
     Q_OBJECT
 
 private slots:
+    // The tool under test gives up on a close that never completes after one poll.
+    void initTestCase() { qputenv("ORVEX_FILE_CLOSE_WAIT_MS", "100"); }
+
     void listsCompatibleCamerasAsJson()
     {
         SimSession sim({shadingCamera("A-1"), with(shadingCamera("OTHER-1"), "model", "gx1280C"),
@@ -168,8 +171,12 @@ private slots:
         QTest::addColumn<QString>("entry");
         QTest::addColumn<QByteArray>("file");
         QTest::addColumn<QString>("message");
+        QTest::addColumn<int>("partial"); // download: bytes left in the local file
 
         const QJsonObject plain = shadingCamera("A-1");
+        const QJsonObject big = shadingCamera("A-1", 320, 256);
+        const QJsonObject closeHangs{
+            {"failOperations", QJsonArray{QJsonObject{{"operation", "Close"}, {"hang", true}}}}};
         auto failing = [](QJsonObject camera, const char* operation) {
             return with(
                 camera, "faults",
@@ -180,43 +187,68 @@ private slots:
         QTest::addRow("unknown camera")
             << with(plain, "id", "Z-9") << "upload"
             << "ShadingMap0" << map
-            << "orvex-nuc upload: no camera has the ID or serial number 'A-1'";
+            << "orvex-nuc upload: no camera has the ID or serial number 'A-1'" << -1;
         QTest::addRow("unknown entry")
             << plain << "download"
             << "ShadingMap7" << QByteArray()
             << "orvex-nuc download: camera sim::A-1 has no entry 'ShadingMap7' (entries: "
-               "ShadingMap0, ShadingMap1, Notes)";
+               "ShadingMap0, ShadingMap1, Notes)"
+            << -1;
         QTest::addRow("held by another application")
             << with(plain, "heldByOtherApplication", true) << "download"
             << "ShadingMap0" << QByteArray()
-            << "orvex-nuc download: camera sim::A-1 is held by another application";
+            << "orvex-nuc download: camera sim::A-1 is held by another application" << -1;
         QTest::addRow("parameters locked")
             << with(plain, "tlParamsLocked", true) << "upload"
             << "ShadingMap0" << map
             << "orvex-nuc upload: the parameters of camera sim::A-1 are locked "
-               "(\"TLParamsLocked\"); stop streaming before uploading a map";
+               "(\"TLParamsLocked\"); stop streaming before uploading a map"
+            << -1;
         QTest::addRow("user map into a shading-map entry")
             << plain << "upload"
             << "ShadingMap0" << mapFile(true, 64, 32)
             << "orvex-nuc upload: %1 is not a .bin file (it is a .ge3 user map file); the "
-               "shading-map entry ShadingMap0 takes .bin map files";
+               "shading-map entry ShadingMap0 takes .bin map files"
+            << -1;
         QTest::addRow("entry refuses writes")
             << plain << "upload"
             << "ShadingMap1" << map
-            << "orvex-nuc upload: camera sim::A-1 refused the upload to ShadingMap1";
+            << "orvex-nuc upload: camera sim::A-1 did not complete the upload to ShadingMap1" << -1;
         QTest::addRow("map of another size")
             << plain << "upload"
             << "ShadingMap0" << mapFile(false, 32, 32)
-            << "orvex-nuc upload: camera sim::A-1 refused the upload to ShadingMap0";
+            << "orvex-nuc upload: camera sim::A-1 did not complete the upload to ShadingMap0" << -1;
         QTest::addRow("short transfer")
             << failing(plain, "Write") << "upload"
             << "Notes" << QByteArray(150000, 'n')
-            << "orvex-nuc upload: short transfer: 65536 of 150000 bytes reached Notes";
+            << "orvex-nuc upload: short transfer: 65536 of 150000 bytes reached Notes" << -1;
         QTest::addRow("download fails")
-            << failing(shadingCamera("A-1", 320, 256), "Read") << "download"
+            << failing(big, "Read") << "download"
             << "ShadingMap0" << QByteArray()
             << "orvex-nuc download: the download of ShadingMap0 from camera sim::A-1 failed "
-               "after 65536 bytes; %1 holds what was read";
+               "after 65536 bytes; %1 holds what was read"
+            << 65536;
+        // A camera that hangs in its close or drops off mid-transfer.
+        QTest::addRow("upload, close never completes")
+            << with(plain, "faults", closeHangs) << "upload"
+            << "ShadingMap0" << map
+            << "orvex-nuc upload: camera sim::A-1 did not complete the upload to ShadingMap0" << -1;
+        QTest::addRow("upload, camera drops off")
+            << with(big, "faults", QJsonObject{{"disconnectAfterChunks", 1}}) << "upload"
+            << "ShadingMap0" << mapFile(false, 320, 256)
+            << "orvex-nuc upload: camera sim::A-1 did not complete the upload to ShadingMap0" << -1;
+        QTest::addRow("download, close never completes")
+            << with(big, "faults", closeHangs) << "download"
+            << "ShadingMap0" << QByteArray()
+            << "orvex-nuc download: the download of ShadingMap0 from camera sim::A-1 failed "
+               "after 163872 bytes; %1 holds what was read"
+            << 163872;
+        QTest::addRow("download, camera drops off")
+            << with(big, "faults", QJsonObject{{"disconnectAfterChunks", 1}}) << "download"
+            << "ShadingMap0" << QByteArray()
+            << "orvex-nuc download: the download of ShadingMap0 from camera sim::A-1 failed "
+               "after 65536 bytes; %1 holds what was read"
+            << 65536;
     }
 
     void failures()
@@ -226,6 +258,7 @@ private slots:
         QFETCH(QString, entry);
         QFETCH(QByteArray, file);
         QFETCH(QString, message);
+        QFETCH(int, partial);
         SimSession sim({camera});
         QVERIFY(sim.ok());
         const QString plainId = camera.value("id").toString();
@@ -244,6 +277,8 @@ private slots:
         // file keeps what arrived before the failing chunk.
         QCOMPARE(sim.storedFile(qPrintable(plainId), qPrintable(selector)),
                  entry == "Notes" ? file.left(65536) : before);
+        if (partial >= 0)
+            QCOMPARE(readFile(path), before.left(partial));
     }
 };
 

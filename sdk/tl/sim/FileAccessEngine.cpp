@@ -275,6 +275,10 @@ Status FileAccessEngine::execute()
         occurrence = ++m_calls[kOperations[op]];
     if (m_hooks.fault) {
         Status f = m_hooks.fault(kOperations[op], occurrence);
+        // A hung operation does nothing: the file stays as it was, open or
+        // closed, and the stored file too.
+        if (f == Pending)
+            return Pending;
         if (f != Ok) {
             if (op == OpClose)
                 m_sessions.erase(it); // a failed close still ends the session

@@ -25,7 +25,8 @@ public:
 
     struct Hooks
     {
-        // Injected failure for the n-th (1-based) call of an operation, or Ok.
+        // Injected failure for the n-th (1-based) call of an operation, Pending
+        // for one that hangs, or Ok.
         std::function<Status(const std::string& operation, int occurrence)> fault;
         // Called before each Read or Write chunk; a result other than Ok
         // fails it (a camera that drops off the bus mid-transfer).

@@ -292,7 +292,7 @@ Status SimCamera::operationFault(const std::string& operation, int occurrence) c
 {
     for (const auto& f : m_config.faults.failOperations)
         if (f.operation == operation && (f.occurrence == 0 || f.occurrence == occurrence))
-            return Status(f.code);
+            return f.hang ? Pending : Status(f.code);
     return Ok;
 }
 

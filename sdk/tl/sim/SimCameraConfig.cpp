@@ -56,6 +56,7 @@ FaultConfig faults(const json& j)
             op.operation = o.at("operation").get<std::string>();
             op.occurrence = o.value("chunk", 0);
             op.code = o.value("code", -13);
+            op.hang = o.value("hang", false);
             f.failOperations.push_back(op);
         }
     if (j.contains("failFeatures"))

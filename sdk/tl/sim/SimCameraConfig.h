@@ -38,6 +38,7 @@ struct FailOperation
     std::string operation; // "Open", "Close", "Read", "Write", "Delete"
     int occurrence = 0;    // 1-based chunk (Read/Write since the file was opened) or call; 0: every
     int code = -13;
+    bool hang = false; // taken on but never completed and never carried out, instead of failing
 };
 
 struct FailFeature

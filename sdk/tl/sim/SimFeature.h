@@ -94,7 +94,7 @@ struct SimFeature
     // other than Ok refuses the write and leaves the value unchanged.
     std::function<Status(SimFeature&, const FeatureValue&)> onWrite;
     // Runs a command; its effect is immediate, its done state follows the
-    // latency below.
+    // latency below. Pending: taken on, never done.
     std::function<Status(SimFeature&)> onExecute;
 
     // Command state.

@@ -360,7 +360,10 @@ Status SimFeatureSet::runCommand(const std::string& name)
     Status s = prepare(name, "execute", FeatureType::Command, true, f);
     if (s == Ok) {
         s = f->onExecute ? f->onExecute(*f) : Ok;
-        f->neverDone = s == Ok && f->latencyMs < 0;
+        const bool hung = s == Pending;
+        if (hung)
+            s = Ok;
+        f->neverDone = s == Ok && (hung || f->latencyMs < 0);
         f->doneAt = std::chrono::steady_clock::now() +
                     std::chrono::milliseconds(s == Ok && f->latencyMs > 0 ? f->latencyMs : 0);
     }

@@ -6,6 +6,10 @@ namespace hvsim {
 
 enum Status : int
 {
+    // A command the camera took on but will never finish; the feature set
+    // turns it into Ok with a done state that never comes, so it never
+    // reaches the SDK.
+    Pending = 1,
     Ok = 0,
     InternalFault = -1,
     NotStarted = -2,

@@ -53,7 +53,9 @@ TEST_F(SimCamera, FailingOperationsLeaveTheStoredMapAlone)
     EXPECT_EQ(stored(kGige, "ShadingMap1"), map);
 }
 
-TEST_F(SimCamera, CommandLatencyDelaysOnlyTheDoneState)
+// A slow command acts at once and is done late; a hung operation is never
+// done and never acts.
+TEST_F(SimCamera, CommandLatencyDelaysOnlyTheDoneStateAndAHungCloseDoesNothing)
 {
     ASSERT_EQ(sys.Startup(), HvErrorSuccess);
     ASSERT_EQ(control()->SetCommandLatency(kGige, "FileOperationExecute", 600000), 0);
@@ -67,6 +69,17 @@ TEST_F(SimCamera, CommandLatencyDelaysOnlyTheDoneState)
     EXPECT_EQ(fs.setEnum("FileOperationSelector", "Read"), HvErrorSuccess);
     ASSERT_EQ(control()->SetCommandLatency(kGige, "FileOperationExecute", 0), 0);
     EXPECT_EQ(fs.command("FileOperationExecute", 50), HvErrorSuccess);
+
+    const Bytes map = patternMap(8196, 640, 512, 4);
+    ASSERT_EQ(control()->SetFaults(kGige, R"({"failOperations": [{"operation": "Close",
+                                              "chunk": 1, "hang": true}]})"),
+              0);
+    EXPECT_FALSE(upload(fs, map, "ShadingMap1"));
+    EXPECT_EQ(stored(kGige, "ShadingMap1"), MapFileFormat::neutralShadingMap(8196, 640, 512));
+    // Still open: a second open is refused, the next close stores the file.
+    EXPECT_EQ(fs.setEnum("FileOperationSelector", "Open"), HvErrorInvalidValue);
+    EXPECT_EQ(fs.operation("Close"), HvErrorSuccess);
+    EXPECT_EQ(stored(kGige, "ShadingMap1"), map);
 }
 
 TEST_F(SimCamera, DisconnectDuringATransferAndAFailingInterfaceType)

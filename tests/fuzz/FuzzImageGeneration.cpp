@@ -1,10 +1,12 @@
 // Image file bytes loaded into both series as the panel and `orvex-nuc
-// generate` load them, then a map generated, packed and saved, and the image
-// taken out of the dark series again.
+// generate` load them, then a map generated, packed and saved (the same file
+// from the command-line tool's sums of 16-bit series), and the image taken out
+// of the dark series again.
 #include "FuzzCheck.h"
 #include "NucImageInput.h"
 #include "NucLimits.h"
 #include "NucMapFile.h"
+#include "NucMapGeneration.h"
 #include "NucMapPacking.h"
 
 #include <QCoreApplication>
@@ -75,6 +77,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     NucMapFile::Info info;
     FUZZ_CHECK(NucMapFile::parse(file, &info, nullptr) && info.checksumHolds &&
                info.words == words);
+
+    // orvex-nuc keeps 16-bit series as exact sums: the same file from them.
+    NucImageInput sums;
+    sums.sumsOnly = true;
+    FUZZ_CHECK(sums.loadImagefromFile(path, NucImageInput::Dark) &&
+               sums.loadImagefromFile(path, NucImageInput::Bright));
+    if (sums.bitDepth == 16) {
+        QByteArray fromSums;
+        FUZZ_CHECK(NucMapGeneration::binFileFromSums(sums.darkSum, sums.brightSum, 1.1f, 16, 8193,
+                                                     &fromSums));
+        FUZZ_CHECK(fromSums == file);
+    }
 
     // Removing the only image empties the series exactly.
     input.deleteImagefromParams(path, NucImageInput::Dark);

@@ -27,8 +27,8 @@ ApiController::ApiController(QObject* parent)
 
     m_interfaceObserver = std::make_shared<InterfaceObserver>();
     m_cameraObserver = std::make_shared<CameraObserver>();
-    // The observer is called on the SDK's thread, so this connection is
-    // queued and the slot runs on the controller's thread.
+    // The observer hands the SDK's callbacks over to its own thread, the
+    // controller's, where the slot runs.
     connect(m_cameraObserver.get(), &CameraObserver::CameraListChangedSignal, this,
             &ApiController::OnCameraListChanged);
 }

@@ -8,8 +8,6 @@
 #include <Hvx/Interface.h>
 #include <Hvx/TransportLayer.h>
 
-#include <QMutexLocker>
-
 namespace {
 
 // Either of these permitted-access bits lets the program write to the camera.
@@ -27,8 +25,8 @@ ApiController::ApiController(QObject* parent)
 
     m_interfaceObserver = std::make_shared<InterfaceObserver>();
     m_cameraObserver = std::make_shared<CameraObserver>();
-    // The observer is called on the SDK's thread, so this connection is
-    // queued and the slot runs on the controller's thread.
+    // The observer hands the SDK's callbacks over to its own thread, the
+    // controller's, where the slot runs.
     connect(m_cameraObserver.get(), &CameraObserver::CameraListChangedSignal, this,
             &ApiController::OnCameraListChanged);
 }
@@ -167,7 +165,7 @@ HvErrorType ApiController::CloseCamera(const QString& extendedId)
 
 std::vector<Hvx::CameraPtr> ApiController::UpdateCamerasList()
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::mutex> lock(m_mutex);
     m_cameras.clear();
     unsigned int count = 0;
     if (m_system.GetCameras(nullptr, count) != HvErrorSuccess)
@@ -182,7 +180,7 @@ std::vector<Hvx::CameraPtr> ApiController::UpdateCamerasList()
 
 std::vector<Hvx::CameraPtr> ApiController::GetCameraModel()
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::mutex> lock(m_mutex);
     return m_cameras;
 }
 

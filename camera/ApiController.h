@@ -6,11 +6,11 @@
 #include <HvTypes.h>
 #include <Hvx/HvSystem.h>
 
-#include <QMutex>
 #include <QObject>
 #include <QString>
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -63,5 +63,7 @@ private:
     std::shared_ptr<CameraObserver> m_cameraObserver;
     std::shared_ptr<InterfaceObserver> m_interfaceObserver;
     std::vector<Hvx::CameraPtr> m_cameras;
-    QMutex m_mutex;
+    // Refreshes on pool threads may overlap. A standard mutex rather than a
+    // QMutex: ThreadSanitizer sees it, not the futexes inside libQt5Core.
+    std::mutex m_mutex;
 };

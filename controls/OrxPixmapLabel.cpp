@@ -30,9 +30,15 @@ void OrxPixmapLabel::resizeEvent(QResizeEvent* event)
     rescale();
 }
 
+void OrxPixmapLabel::showEvent(QShowEvent* event)
+{
+    QLabel::showEvent(event);
+    rescale();
+}
+
 void OrxPixmapLabel::rescale()
 {
-    if (m_image.isNull() || width() <= 0 || height() <= 0) {
+    if (m_image.isNull() || !isVisible() || width() <= 0 || height() <= 0) {
         setPixmap(QPixmap());
         return;
     }

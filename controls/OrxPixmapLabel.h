@@ -5,7 +5,9 @@
 
 // A label that holds a QImage and shows it scaled to the label's size with its
 // aspect ratio kept. The image itself is kept unscaled, so it can be read back
-// exactly and rescaled whenever the label is resized.
+// exactly and rescaled whenever the label is resized. Scaling a camera-sized
+// image is costly (Qt spreads it over the global thread pool), so a hidden
+// label shows nothing and scales when it is shown.
 class OrxPixmapLabel : public QLabel
 {
     Q_OBJECT
@@ -23,6 +25,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void rescale();

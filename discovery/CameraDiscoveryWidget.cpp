@@ -33,16 +33,29 @@ bool isCompatible(const CameraInfoMap& info)
     return IsCameraModelCompatible(info.value(kModelName).toString(), family);
 }
 
-// Runs on a pool thread; the filter state was read on the GUI thread.
-QVector<CameraInfoMap> collectCameras(std::shared_ptr<ApiController> controller,
-                                      bool compatibleOnly)
+// Taking and releasing the refresh hand-over mutex orders this thread after
+// every earlier pass (see CameraDiscoveryWidget::m_refreshHandOver).
+void passHandOver(std::mutex& handOver)
 {
+    std::lock_guard<std::mutex> pass(handOver);
+}
+
+// Runs on a pool thread; the filter state was read on the GUI thread. The
+// task borrows the controller rather than share it: the widget waits for its
+// refreshes before letting go of the controller, whereas a task's own copy
+// could be the last one, destroying the controller (a QObject of the GUI
+// thread) on the pool thread while the GUI thread still disconnects from it.
+QVector<CameraInfoMap> collectCameras(ApiController* controller, bool compatibleOnly,
+                                      std::mutex* handOver)
+{
+    passHandOver(*handOver);
     QVector<CameraInfoMap> kept;
     for (const Hvx::CameraPtr& camera : controller->UpdateCamerasList()) {
         CameraInfoMap info = controller->GetCameraInfo(camera);
         if (!compatibleOnly || isCompatible(info))
             kept.push_back(info);
     }
+    passHandOver(*handOver);
     return kept;
 }
 
@@ -92,6 +105,7 @@ CameraDiscoveryWidget::~CameraDiscoveryWidget()
     m_startup.waitForFinished();
     for (QFuture<QVector<CameraInfoMap>>& refresh : m_refreshes)
         refresh.waitForFinished();
+    passHandOver(m_refreshHandOver);
     // The SDK keeps registered observers alive beyond this widget; let go of them.
     if (m_controller)
         m_controller->enableAutomaticDiscovery(false);
@@ -249,6 +263,7 @@ void CameraDiscoveryWidget::RefreshCameraList()
     connect(watcher, &QFutureWatcher<QVector<CameraInfoMap>>::finished, this,
             [this, watcher, refreshId] {
                 const QFuture<QVector<CameraInfoMap>> done = watcher->future();
+                passHandOver(m_refreshHandOver);
                 watcher->deleteLater();
                 m_refreshes.removeOne(done);
                 if (--m_runningRefreshes == 0)
@@ -258,8 +273,10 @@ void CameraDiscoveryWidget::RefreshCameraList()
                 else
                     restoreCursor();
             });
-    const QFuture<QVector<CameraInfoMap>> task =
-        QtConcurrent::run(collectCameras, m_controller, m_chkCompatibleOnly->isChecked());
+    std::unique_lock<std::mutex> queued(m_refreshHandOver);
+    const QFuture<QVector<CameraInfoMap>> task = QtConcurrent::run(
+        collectCameras, m_controller.get(), m_chkCompatibleOnly->isChecked(), &m_refreshHandOver);
+    queued.unlock();
     m_refreshes.push_back(task);
     watcher->setFuture(task);
 }

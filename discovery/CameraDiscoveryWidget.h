@@ -7,6 +7,7 @@
 #include <QVector>
 #include <QWidget>
 #include <memory>
+#include <mutex>
 
 class ApiController;
 class CameraTreeModel;
@@ -78,6 +79,10 @@ private:
     QFuture<void> m_startup;
     // Tasks still running on the pool; the SDK must outlive them.
     QVector<QFuture<QVector<CameraInfoMap>>> m_refreshes;
+    // QThreadPool and QFuture order a refresh's start and end through futexes
+    // that ThreadSanitizer cannot see; the refreshes also pass this mutex at
+    // both ends, so that it sees the same order.
+    std::mutex m_refreshHandOver;
     // Only the newest refresh may fill the tree; an older one that finishes
     // later would show a list made with an outdated filter.
     quint64 m_latestRefresh = 0;

@@ -267,7 +267,7 @@ private slots:
                 }
                 const u32 sum32 = set.pack(words.data(), offsets.data(), anyGains.data(), n, 4.0f,
                                            1024, 64, depth == 16);
-                QVERIFY(std::memcmp(words.data(), expectedWords.data(), n * 2) == 0);
+                QVERIFY(words == expectedWords);
                 QCOMPARE(sum32, expectedSum32);
 
                 std::vector<float> packedGains(n);

@@ -32,7 +32,7 @@ namespace Internal {
 class CameraState;
 class FeatureSource;
 class InterfaceState;
-class TransportLayerState;
+struct TransportLayerState;
 } // namespace Internal
 
 } // namespace Hvx

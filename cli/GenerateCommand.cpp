@@ -6,6 +6,7 @@
 #include "NucLargeBuffer.h"
 #include "NucMapFile.h"
 #include "NucMapGeneration.h"
+#include "NucMapPacking.h"
 #include "NucTargets.h"
 
 #include <QCommandLineParser>
@@ -223,9 +224,10 @@ int runGenerateCommand(const QStringList& arguments)
         generated = NucMapGeneration::generate(input.darkParams, input.brightParams, targetGain,
                                                targetOffset, sixteenBit);
         if (generated)
-            pieces = NucMapFile::userMapFileParts(
-                w, h,
-                NucMapGeneration::packedMap(input.darkParams, input.brightParams, input.bitDepth));
+            pieces = NucMapFile::userMapFileParts(w, h,
+                                                  NucMapPacking::packedMap(input.darkParams,
+                                                                           input.brightParams,
+                                                                           input.bitDepth, false));
     }
     if (!generated) {
         cliErr() << NucImageInput::generationFailedText() << '\n' << Qt::flush;

@@ -140,41 +140,6 @@ bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
     return true;
 }
 
-QByteArray binFile(const NUShadingParams& dark, const NUShadingParams& bright, int bitDepth,
-                   bool swapBytes, quint32 mapId)
-{
-    const quint32 pixels = pixelsOf(bright);
-    // The kernels sum the words as the little-endian file holds them; a
-    // swapped map, a big-endian host or a map that packs to zeros goes the
-    // step-by-step way.
-    if (swapBytes || QSysInfo::ByteOrder != QSysInfo::LittleEndian || !dark.map || !bright.map ||
-        pixels == 0)
-        return NucMapFile::binFile(mapId, bright.width, bright.height,
-                                   NucMapPacking::packedMap(dark, bright, bitDepth, swapBytes));
-
-    QByteArray file = uninitialisedFile(pixels);
-    char* data = file.data();
-    quint32 sum = writeHeader(data, mapId, bright.width, bright.height);
-    sum += NucKernels::best().pack(reinterpret_cast<quint16*>(data + NucMapFile::BinHeaderSize),
-                                   dark.map.get(), bright.map.get(), pixels,
-                                   float(bright.offsetStep), qint32(bright.gainScale),
-                                   qint32(bright.offsetLevels), bitDepth == 16);
-    putLe32(data + 8, quint32(0) - sum);
-    return file;
-}
-
-QVector<quint16> packedMap(const NUShadingParams& dark, const NUShadingParams& bright, int bitDepth)
-{
-    const quint32 pixels = pixelsOf(bright);
-    if (!dark.map || !bright.map || pixels == 0)
-        return NucMapPacking::packedMap(dark, bright, bitDepth, false);
-    QVector<quint16> words(qint32(pixels), 0);
-    NucKernels::best().pack(words.data(), dark.map.get(), bright.map.get(), pixels,
-                            float(bright.offsetStep), qint32(bright.gainScale),
-                            qint32(bright.offsetLevels), bitDepth == 16);
-    return words;
-}
-
 bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
                      quint16 targetOffset, bool sixteenBit, int bitDepth, quint32 mapId,
                      QByteArray* file)
@@ -182,7 +147,8 @@ bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targe
     if (QSysInfo::ByteOrder != QSysInfo::LittleEndian) {
         if (!generate(dark, bright, targetGain, targetOffset, sixteenBit))
             return false;
-        *file = binFile(dark, bright, bitDepth, false, mapId);
+        *file = NucMapFile::binFile(mapId, bright.width, bright.height,
+                                    NucMapPacking::packedMap(dark, bright, bitDepth, false));
         return true;
     }
     float target = 0.0f;

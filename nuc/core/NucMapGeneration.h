@@ -19,24 +19,17 @@ namespace NucMapGeneration {
 bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
               quint16 targetOffset, bool sixteenBit);
 
-// Same bytes as NucMapFile::binFile(mapId, bright width, bright height,
-// NucMapPacking::packedMap(dark, bright, bitDepth, swapBytes)).
-QByteArray binFile(const NUShadingParams& dark, const NUShadingParams& bright, int bitDepth,
-                   bool swapBytes, quint32 mapId);
-
-// Same words as NucMapPacking::packedMap(dark, bright, bitDepth, false).
-QVector<quint16> packedMap(const NUShadingParams& dark, const NUShadingParams& bright,
-                           int bitDepth);
-
-// generate() followed by binFile() with unswapped words, the gain map packed
-// while it is being made. On failure returns false and leaves file alone.
+// generate() followed by NucMapFile::binFile(mapId, ..., NucMapPacking::packedMap(dark,
+// bright, bitDepth, false)), the gain map packed while it is being made. On failure returns false
+// and leaves file alone.
 bool generateBinFile(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
                      quint16 targetOffset, bool sixteenBit, int bitDepth, quint32 mapId,
                      QByteArray* file);
 
 // From the exact sums of a 16-bit dark and bright series: the .bin file (map
 // id mapId, unswapped words) or the words that generate() followed by
-// binFile() or packedMap() give for series holding the same images. The sums'
+// NucMapFile::binFile() or NucMapPacking::packedMap() give for series holding the same
+// images. The sums'
 // memory is reused for the passes, so both sums are empty afterwards; neither
 // float map is kept. False, leaving the sums and the result alone, when a sum
 // is empty or the two differ in size.

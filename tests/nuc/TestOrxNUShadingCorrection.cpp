@@ -4,6 +4,7 @@
 #include "OrxSettings.h"
 #include "PanelUnderTest.h"
 #include "ScriptedDialogs.h"
+#include "TestFiles.h"
 #include "TestImages.h"
 
 #include <QLineEdit>
@@ -17,12 +18,6 @@
 using namespace TestImages;
 
 namespace {
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 QByteArray le16(std::initializer_list<quint16> words)
 {

@@ -7,6 +7,7 @@
 #include "OxFeatureContainer.h"
 #include "ScriptedDialogs.h"
 #include "SimSession.h"
+#include "TestFiles.h"
 #include "TestImages.h"
 
 #include <Hvx/Camera.h>
@@ -86,18 +87,6 @@ QByteArray otherMap(int seed)
     return NucMapFile::binFile(8193, 640, 512, words);
 }
 
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-bool writeAll(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 const char* const kUserMaps = R"({"transport": "USB3", "nucUserMaps": 2,
     "files": [{"selector": "Userfile", "kind": "userMap"}]})";
 
@@ -163,8 +152,7 @@ class TestPanelTransfers : public QObject
         dialogs.answer(sim->path("saved.bin"));
         panel.button("btnSaveMapToFile")->click();
         dialogs.calls.clear();
-        QFile file(sim->path("saved.bin"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return readFile(sim->path("saved.bin"));
     }
 
 private slots:
@@ -433,7 +421,7 @@ private slots:
         const QString mapPath = folder.filePath("new.bin");
         dialogs.answer(mapPath);
         panel.button("btnSaveMapToFile")->click();
-        const QByteArray map = readAll(mapPath);
+        const QByteArray map = readFile(mapPath, "<missing>");
         const QByteArray previous = sim->storedFile(id, "ShadingMap0");
         QVERIFY(map.size() == 655392 && previous.size() == map.size() && previous != map);
         QCOMPARE(sim->control().SetFaults(id, faults.toStdString()), 0);
@@ -480,9 +468,9 @@ private slots:
         if (partial >= 0)
             files << "partial.bin";
         QCOMPARE(QDir(folder.path()).entryList(QDir::Files), files);
-        QCOMPARE(readAll(mapPath), map);
+        QCOMPARE(readFile(mapPath, "<missing>"), map);
         if (partial >= 0)
-            QCOMPARE(readAll(partialPath), previous.left(partial));
+            QCOMPARE(readFile(partialPath, "<missing>"), previous.left(partial));
 
         // Without faults (after a camera that dropped off is plugged in
         // again) another map goes up whole and comes back whole.
@@ -501,7 +489,7 @@ private slots:
         static int rows = 0;
         const QByteArray other = otherMap(++rows);
         const QString otherPath = folder.filePath("other.bin");
-        QVERIFY(writeAll(otherPath, other));
+        QVERIFY(writeFile(otherPath, other));
         dialogs.calls.clear();
         dialogs.answer(QMessageBox::Yes);
         dialogs.answer(otherPath);
@@ -511,7 +499,7 @@ private slots:
         dialogs.answer(folder.filePath("back.bin"));
         QVERIFY(QMetaObject::invokeMethod(&panel, "on_btnDownloadMapToFile_clicked"));
         QVERIFY(finished(panel, dialogs, "Download task has been successfully done."));
-        QCOMPARE(readAll(folder.filePath("back.bin")), other);
+        QCOMPARE(readFile(folder.filePath("back.bin"), "<missing>"), other);
         unbind(panel);
     }
 

@@ -3,6 +3,7 @@
 #include "NucFloatMap.h"
 #include "PanelUnderTest.h"
 #include "ScriptedDialogs.h"
+#include "TestFiles.h"
 #include "TestImages.h"
 
 #include <QListWidget>
@@ -20,18 +21,6 @@ QByteArray le32(quint32 a, quint32 b)
     qToLittleEndian(a, out.data());
     qToLittleEndian(b, out.data() + 4);
     return out;
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 QByteArray be32(quint32 value)

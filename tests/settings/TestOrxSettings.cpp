@@ -1,3 +1,5 @@
+#include "TestFiles.h"
+
 #include <QtTest>
 
 #include <memory>
@@ -88,12 +90,6 @@ private:
         return output[0].startsWith(prefix) ? output[0].mid(prefix.size()) : "<bad output>";
     }
 
-    static QByteArray readAll(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-    }
-
     // Expected file contents with "@" standing for a folder.
     static QByteArray withRoot(QByteArray text, const QString& root)
     {
@@ -167,7 +163,7 @@ private slots:
         makeHome(true);
         QVERIFY(start());
 
-        QCOMPARE(readAll(mainFile()), firstStartFile());
+        QCOMPARE(readFile(mainFile(), "<missing>"), firstStartFile());
         for (const char* sub :
              {"", "/images", "/logs", "/ShadingCorr", "/DefectPixelCorr", "/FileAccess"})
             QVERIFY2(QFileInfo(dataRoot() + sub).isDir(), sub);
@@ -215,7 +211,7 @@ private slots:
                       &output));
         // A Set on the first start lands in the Directory group.
         QCOMPARE(output, QStringList{"Directory/SHCSettingsFileDir=/maps"});
-        QCOMPARE(readAll(mainFile()),
+        QCOMPARE(readFile(mainFile(), "<missing>"),
                  firstStartFile().replace("SHCSettingsFileDir=" + QFile::encodeName(dataRoot()),
                                           "SHCSettingsFileDir=/maps"));
         QVERIFY(!QFileInfo::exists(m_home + "/Documents"));
@@ -249,7 +245,7 @@ private slots:
                                               "Directory\\SaveImageDir=@\n"
                                               "Directory\\SettingsFileDir=@\n",
                                               dataRoot());
-        QCOMPARE(readAll(mainFile()), firstStartFile() + validated);
+        QCOMPARE(readFile(mainFile(), "<missing>"), firstStartFile() + validated);
 
         QVERIFY(start({"set", "Directory", "SaveImageDir", dataRoot() + "/images"}));
         QSettings written(mainFile(), QSettings::IniFormat);

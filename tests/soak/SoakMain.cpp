@@ -13,6 +13,7 @@
 #include "ChildRun.h"
 #include "NucMapFile.h"
 #include "SoakFaults.h"
+#include "TestFiles.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -45,18 +46,6 @@ void say(const QString& line)
     std::fflush(stdout);
 }
 
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeAll(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 QByteArray mapOfCycle(quint64 seed, int cycle)
 {
     std::mt19937_64 random(seed * 1000003u + quint64(cycle));
@@ -80,7 +69,7 @@ bool writeConfig(const QString& path, const QJsonObject& faults)
                       {"selector", "ShadingMap0"}, {"kind", "shadingMap"}, {"chunkId", 8193}}}}};
     if (!faults.isEmpty())
         camera.insert("faults", faults);
-    return writeAll(path, QJsonDocument(QJsonObject{{"cameras", QJsonArray{camera}}}).toJson());
+    return writeFile(path, QJsonDocument(QJsonObject{{"cameras", QJsonArray{camera}}}).toJson());
 }
 
 // Every file below folder with its size, by relative path.
@@ -172,7 +161,7 @@ void Soak::upload(int cycle, const QByteArray& map)
 {
     const SoakFaults::Fault fault = SoakFaults::pick(m_random, true, kChunks);
     ++m_injected["upload: " + fault.kind];
-    if (!writeAll(m_mapPath, map))
+    if (!writeFile(m_mapPath, map))
         return violation(cycle, "cannot write " + m_mapPath);
     const ChildRun run =
         child({"upload", "--camera", "SOAK-1", "--entry", "ShadingMap0", m_mapPath}, fault.faults);
@@ -188,7 +177,7 @@ void Soak::upload(int cycle, const QByteArray& map)
                                     "the upload to ShadingMap0")
         violation(cycle, "upload failure reported as: " + lastLine(run.err));
 
-    const QByteArray stored = readAll(m_stored);
+    const QByteArray stored = readFile(m_stored);
     if (stored == map && !ok)
         ++m_newWholeAfterFailure;
     else if (stored != (ok ? map : m_previous))
@@ -214,9 +203,9 @@ void Soak::download(int cycle)
                              .arg(fault.kind)
                              .arg(run.exitCode)
                              .arg(lastLine(run.err)));
-    if (readAll(m_stored) != m_previous)
+    if (readFile(m_stored) != m_previous)
         violation(cycle, "a download changed the camera's map");
-    const QByteArray local = readAll(m_localPath);
+    const QByteArray local = readFile(m_localPath);
     if (ok && local != m_previous)
         violation(cycle, QString("download brought %1 bytes that differ from the camera's map")
                              .arg(local.size()));
@@ -251,10 +240,10 @@ int Soak::run()
     // A first map without faults, so that "the previous map" is one that was
     // uploaded whole from the first cycle on.
     const QByteArray first = mapOfCycle(m_seed, 0);
-    if (!writeAll(m_mapPath, first) ||
+    if (!writeFile(m_mapPath, first) ||
         child({"upload", "--camera", "SOAK-1", "--entry", "ShadingMap0", m_mapPath}, {}).exitCode !=
             0 ||
-        readAll(m_stored) != first) {
+        readFile(m_stored) != first) {
         say("FAIL: the first upload without faults did not go through");
         return 1;
     }

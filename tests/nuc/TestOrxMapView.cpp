@@ -1,5 +1,6 @@
 // The map view: statistics and plain-word warnings of generated maps, and
 // map files opened from disk.
+#include "NucContrastStretch.h"
 #include "NucImageInput.h"
 #include "NucMapFile.h"
 #include "NucMapPacking.h"
@@ -121,6 +122,36 @@ private slots:
         QCOMPARE(counts.size(), 1024);
         QCOMPARE(std::accumulate(counts.begin(), counts.end(), 0u), 32u);
         QCOMPARE(counts[0], view.statistics().gain.atZero);
+    }
+
+    void contrastStretch_data()
+    {
+        QTest::addColumn<QImage>("mean");
+        QTest::addColumn<QVector<int>>("shown"); // first row, as stretched
+        // Levels 2 to 6 of a lens-capped camera fill the whole range.
+        QTest::newRow("dark 8-bit") << grey8(5, 40, [](int x, int) { return 2 + x; })
+                                    << QVector<int>{0, 63, 127, 191, 255};
+        QTest::newRow("16-bit") << grey16(5, 40, [](int x, int) { return 1000 + 10 * x; })
+                                << QVector<int>{0, 63, 127, 191, 255};
+        // One hot pixel in 400 does not decide the scale.
+        QTest::newRow("hot pixel") << grey8(5, 80, [](int x, int y) {
+            return x == 4 && y == 79 ? 255 : 10 + (x == 4 ? 3 : x);
+        }) << QVector<int>{0, 85, 170, 255, 255};
+        QTest::newRow("flat") << grey8(5, 1, [](int, int) { return 7; })
+                              << QVector<int>{128, 128, 128, 128, 128};
+    }
+
+    void contrastStretch()
+    {
+        QFETCH(QImage, mean);
+        QFETCH(QVector<int>, shown);
+        const QImage stretched = NucContrastStretch::stretched(mean);
+        QCOMPARE(stretched.format(), QImage::Format_Grayscale8);
+        QCOMPARE(stretched.size(), mean.size());
+        QVector<int> row;
+        for (int x = 0; x < stretched.width(); ++x)
+            row << stretched.constScanLine(0)[x];
+        QCOMPARE(row, shown);
     }
 
     void opensMapFiles()

@@ -66,7 +66,7 @@ int runBackupsCommand(const QStringList& arguments)
         const CameraInfoMap info = session.find(id);
         connected = !info.isEmpty();
         if (connected)
-            serial = info.value("Serial No.").toString();
+            serial = CameraSession::serialNumber(info);
     }
     const NucMapBackups store;
     if (!connected && !QDir(store.folder(serial)).exists()) {

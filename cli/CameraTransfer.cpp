@@ -76,7 +76,7 @@ bool CameraTransfer::open()
         return false;
     }
     m_extendedId = info.value("Extended ID").toString();
-    m_serialNumber = info.value("Serial No.").toString();
+    m_serialNumber = CameraSession::serialNumber(info);
     QString error;
     m_camera = m_session->open(info, &error);
     if (m_camera == nullptr) {

@@ -309,7 +309,6 @@ void CameraDiscoveryWidget::Update_lblRefreshInfo()
 bool CameraDiscoveryWidget::canOpen(const QModelIndex& index) const
 {
     return index.isValid() && !m_model->hasChildren(index) &&
-           (m_model->flags(index) & Qt::ItemIsEnabled) &&
            m_model->GetCameraOpenRefusal(index).isEmpty();
 }
 

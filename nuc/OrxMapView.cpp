@@ -51,7 +51,6 @@ OrxMapView::OrxMapView(QWidget* parent) : QWidget(parent, Qt::Window)
 {
     setObjectName(QStringLiteral("OrxMapView"));
     setWindowTitle(tr("Map View"));
-    setAttribute(Qt::WA_DeleteOnClose, false);
 
     m_source = new QLabel(this);
     m_source->setObjectName(QStringLiteral("lblMapSource"));

@@ -68,6 +68,12 @@ CameraInfoMap CameraSession::find(const QString& id)
     return CameraInfoMap();
 }
 
+QString CameraSession::serialNumber(const CameraInfoMap& camera)
+{
+    const QString serial = camera.value("Serial No.").toString();
+    return serial.isEmpty() ? camera.value("Extended ID").toString() : serial;
+}
+
 OxCamera* CameraSession::open(const CameraInfoMap& camera, QString* error)
 {
     const QString extendedId = camera.value("Extended ID").toString();

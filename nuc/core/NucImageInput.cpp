@@ -130,9 +130,10 @@ bool NucImageInput::loadImagefromFile(const QString& path, int which, Message* m
 bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which, Message* message,
                                    const QString& loadError)
 {
-    auto refuse = [message](Message::Kind kind, const QString& text) {
+    auto refuse = [message](Message::Kind kind, const QString& text,
+                            const QString& detail = QString()) {
         if (message)
-            *message = {kind, text, QString()};
+            *message = {kind, text, detail};
         return false;
     };
 
@@ -145,14 +146,25 @@ bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which,
     const QImage::Format format = image.format();
     if (format != QImage::Format_Indexed8 && format != QImage::Format_Grayscale16 &&
         format != QImage::Format_RGB32)
-        return refuse(Message::Information, path + tr(": image format not supported!"));
+        return refuse(Message::Information, path + tr(": image format not supported!"),
+                      path + tr(": its pixel format (%1 bits per pixel) is none the series take: "
+                                "8-bit grey or palette, 16-bit grey, 32-bit RGB")
+                                 .arg(image.depth()));
     if (bitDepth != 0 && bitDepth != image.depth())
-        return refuse(Message::Critical, path + tr(": failed!"));
+        return refuse(Message::Critical, path + tr(": failed!"),
+                      path + tr(": its depth is %1 bits, the series' images have %2 bits")
+                                 .arg(image.depth())
+                                 .arg(bitDepth));
     if (bitDepth == 0)
         bitDepth = image.depth();
     if (width != 0 && height != 0 &&
         (quint32(image.width()) != width || quint32(image.height()) != height))
-        return refuse(Message::Information, path + tr(": incompatible image!"));
+        return refuse(Message::Information, path + tr(": incompatible image!"),
+                      path + tr(": it is %1 x %2 pixels, the series' images are %3 x %4")
+                                 .arg(image.width())
+                                 .arg(image.height())
+                                 .arg(width)
+                                 .arg(height));
 
     // The size is fixed before the series is touched: a file that then fails
     // to fold in still fixes it.

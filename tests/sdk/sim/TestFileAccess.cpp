@@ -159,14 +159,26 @@ TEST_F(FileAccess, OpenModesAndOperationsFollowTheEntryAndTheFileState)
     EXPECT_EQ(fs.setEnum("FileOperationSelector", "Write"), HvErrorInvalidValue);
     ASSERT_EQ(fs.openFile("ShadingMap2", "Read"), HvErrorSuccess);
     EXPECT_EQ(operations(), "Close Read ");
-    // A short last chunk reports its bytes; past the end is refused.
+    // Offset, status and result belong to the operation selected: an offset
+    // written while "Open" is selected leaves the Read at 0 and full length.
     const int64_t size = fs.getInt("FileSize");
     EXPECT_EQ(size, 32 + 2 * 640 * 512);
     fs.setInt("FileAccessOffset", size - 100);
     ASSERT_EQ(fs.operation("Read"), HvErrorSuccess);
+    EXPECT_EQ(fs.getInt("FileOperationResult"), 65536);
+    // A short last chunk reports its bytes; past the end is refused.
+    fs.setInt("FileAccessOffset", size - 100);
+    ASSERT_EQ(fs.command("FileOperationExecute"), HvErrorSuccess);
     EXPECT_EQ(fs.getInt("FileOperationResult"), 100);
     fs.setInt("FileAccessOffset", size + 1);
     EXPECT_EQ(fs.command("FileOperationExecute"), HvErrorInvalidValue);
+    ASSERT_EQ(fs.setEnum("FileOperationSelector", "Close"), HvErrorSuccess);
+    EXPECT_EQ(fs.getInt("FileAccessOffset"), 0);
+    EXPECT_EQ(fs.getEnum("FileOperationStatus"), "Success") << "no Close ran yet";
+    ASSERT_EQ(fs.setEnum("FileOperationSelector", "Read"), HvErrorSuccess);
+    EXPECT_EQ(fs.getInt("FileAccessOffset"), size + 1);
+    EXPECT_EQ(fs.getEnum("FileOperationStatus"), "Failure");
+    EXPECT_EQ(fs.getInt("FileOperationResult"), 0);
     ASSERT_EQ(fs.operation("Close"), HvErrorSuccess);
     ASSERT_EQ(fs.openFile("ShadingMap2", "ReadWrite"), HvErrorSuccess);
     EXPECT_EQ(operations(), "Close Read Write ");
@@ -183,11 +195,12 @@ TEST_F(FileAccess, ReadWritePatchesAndDeleteRestoresTheFactoryMap)
     MapFileFormat::writeU32(expected, 8, 0);
     MapFileFormat::writeU32(expected, 8, 0u - MapFileFormat::wordSum(expected));
     ASSERT_EQ(fs.openFile("ShadingMap1", "ReadWrite"), HvErrorSuccess);
+    ASSERT_EQ(fs.setEnum("FileOperationSelector", "Write"), HvErrorSuccess);
     for (int64_t off : {8, 100}) {
         fs.setInt("FileAccessOffset", off);
         fs.setInt("FileAccessLength", 4);
         fs.setRegister("FileAccessBuffer", expected.data() + off, 4);
-        ASSERT_EQ(fs.operation("Write"), HvErrorSuccess);
+        ASSERT_EQ(fs.command("FileOperationExecute"), HvErrorSuccess);
     }
     ASSERT_EQ(fs.operation("Close"), HvErrorSuccess);
     EXPECT_EQ(stored(kGige, "ShadingMap1"), expected);
@@ -220,6 +233,72 @@ TEST_F(FileAccess, FixedLengthCameraAndEmptyFile)
     ASSERT_TRUE(empty);
     ASSERT_TRUE(download(Features(*empty), back, "E"));
     EXPECT_TRUE(back.empty());
+}
+
+// An offset and a length written while "Open" is selected: a camera that
+// selects them by operation reads the whole file from 0, one that keeps one
+// value per file reads what was asked. Neither has a status here.
+TEST_F(FileAccess, OffsetAndLengthSelectedByOperationOrNot)
+{
+    for (bool selected : {true, false}) {
+        SCOPED_TRACE(selected ? "selected by operation" : "one value per file");
+        const std::string id = selected ? "SEL-1" : "ONE-1";
+        ASSERT_EQ(control()->AddCamera(R"({"id": ")" + id + R"(", "fileOperationStatus": false,
+            "fileAccessSelectedByOperation": )" +
+                                       (selected ? "true" : "false") + R"(,
+            "files": [{"selector": "Notes", "content": "hello world"}]})"),
+                  0);
+        Hvx::CameraPtr c = open(("sim::" + id).c_str());
+        ASSERT_TRUE(c);
+        Features fs(*c);
+        ASSERT_EQ(fs.openFile("Notes", "Read"), HvErrorSuccess);
+        fs.setInt("FileAccessOffset", 6);
+        fs.setInt("FileAccessLength", 5);
+        ASSERT_EQ(fs.operation("Read"), HvErrorSuccess);
+        Bytes got(11, 0);
+        fs.with("FileAccessBuffer", [&](Hvx::Feature& f) { return f.GetRegister(got.data(), 11); });
+        const std::string text = selected ? "hello world" : std::string("world\0\0\0\0\0\0", 11);
+        EXPECT_EQ(fs.getInt("FileOperationResult"), selected ? 11 : 5);
+        EXPECT_EQ(std::string(got.begin(), got.end()), text);
+        EXPECT_EQ(fs.getEnum("FileOperationStatus"), "?") << "no such feature";
+    }
+}
+
+// A camera whose FileAccessLength is fixed at 1024 takes 1024 bytes for a
+// shorter last chunk: a plain file grows by zeros, a map keeps the size its
+// header gives.
+TEST_F(FileAccess, FixedLengthBufferPadsTheLastChunk)
+{
+    ASSERT_EQ(control()->AddCamera(R"({"id": "PAD-1", "width": 64, "height": 32,
+        "fileAccessMaxLength": 1024, "fileAccessLengthWritable": false,
+        "fileAccessPadding": true, "files": [{"selector": "Notes"},
+        {"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193}]})"),
+              0);
+    Hvx::CameraPtr c = open("sim::PAD-1");
+    ASSERT_TRUE(c);
+    Features fs(*c);
+    EXPECT_FALSE(fs.writable("FileAccessLength"));
+    auto write = [&](const char* selector, const Bytes& data) {
+        EXPECT_EQ(fs.openFile(selector, "Write"), HvErrorSuccess);
+        EXPECT_EQ(fs.setEnum("FileOperationSelector", "Write"), HvErrorSuccess);
+        for (size_t off = 0; off < data.size(); off += 1024) {
+            fs.setInt("FileAccessOffset", int64_t(off));
+            const size_t n = std::min<size_t>(1024, data.size() - off);
+            EXPECT_EQ(fs.setRegister("FileAccessBuffer", data.data() + off, unsigned(n)),
+                      HvErrorSuccess);
+            EXPECT_EQ(fs.command("FileOperationExecute"), HvErrorSuccess);
+            EXPECT_EQ(fs.getInt("FileOperationResult"), 1024);
+        }
+        return fs.operation("Close");
+    };
+    const Bytes text(1500, 'x');
+    ASSERT_EQ(write("Notes", text), HvErrorSuccess);
+    Bytes padded = text;
+    padded.resize(2048, 0);
+    EXPECT_EQ(stored("PAD-1", "Notes"), padded);
+    const Bytes map = patternMap(8193, 64, 32, 6); // 4128 bytes
+    ASSERT_EQ(write("ShadingMap0", map), HvErrorSuccess);
+    EXPECT_EQ(stored("PAD-1", "ShadingMap0"), map);
 }
 
 TEST_F(FileAccess, UserMapsAreKeptPerFileNameAndSlot)

@@ -52,16 +52,17 @@ QJsonObject fileEntry(const char* selector, const QByteArray& content = QByteArr
                        {"write", write}};
 }
 
-QJsonObject fileCamera(const QJsonObject& faults = QJsonObject(), bool hasFilename = true,
-                       bool lengthWritable = true)
+// settings: further keys of the camera's description.
+QJsonObject fileCamera(const QJsonObject& faults = QJsonObject(),
+                       const QJsonObject& settings = QJsonObject())
 {
     QJsonObject cam = SimSession::cameraJson(kCam);
     cam.insert("files",
                QJsonArray{fileEntry("Userfile", "previous"), fileEntry("Seventy", seventyText()),
                           fileEntry("Empty"), fileEntry("ReadOnly", "factory", true, false),
                           fileEntry("WriteOnly", QByteArray(), false, true)});
-    cam.insert("hasFilename", hasFilename);
-    cam.insert("fileAccessLengthWritable", lengthWritable);
+    for (auto it = settings.begin(); it != settings.end(); ++it)
+        cam.insert(it.key(), it.value());
     if (!faults.isEmpty())
         cam.insert("faults", faults);
     return cam;
@@ -72,10 +73,26 @@ QJsonObject failFeature(const char* feature, const char* op = "set")
     return QJsonObject{{"failFeatures", QJsonArray{QJsonObject{{"feature", feature}, {"op", op}}}}};
 }
 
-QJsonObject failOperation(const char* operation, int chunk = 0)
+// how: further keys of the fault ("statusOnly", "bytes").
+QJsonObject failOperation(const char* operation, int chunk = 0, const QJsonObject& how = {})
 {
-    const QJsonObject o{{"operation", operation}, {"chunk", chunk}};
+    QJsonObject o{{"operation", operation}, {"chunk", chunk}};
+    for (auto it = how.begin(); it != how.end(); ++it)
+        o.insert(it.key(), it.value());
     return QJsonObject{{"failOperations", QJsonArray{o}}};
+}
+
+const QJsonObject kStatusOnly{{"statusOnly", true}};
+
+// The reads of a completed operation's status (an enumeration's text takes
+// two) and result.
+QStringList reported(const char* status, const QString& result = QString())
+{
+    const QString line = QString("FileOperationStatus get ") + status;
+    QStringList lines{line, line};
+    if (!result.isEmpty())
+        lines << "FileOperationResult get " + result;
+    return lines;
 }
 
 QList<qint64> remainingValues(const QSignalSpy& spy, const QString& operation)
@@ -141,15 +158,20 @@ void TestOxCameraFileAccess::uploadOneChunkExactSequence()
     const std::vector<unsigned char> data = pattern(65536);
     QVERIFY(f.camera().UploadBuffer(data, "map.bin", "Userfile", &written));
     QCOMPARE(written, 65536L);
-    // The open is not waited for (no done query); chunk and close are.
+    // Every operation is waited for and its report read while it is still
+    // selected; "Write" is selected before its offset and length.
     QCOMPARE(f.trace(),
              QStringList({"FileSelector set Userfile", "Filename set map.bin",
                           "FileOpenMode set Write", "FileOperationSelector set Open",
-                          "FileOperationExecute execute", "FileAccessLength set 65536",
-                          "FileAccessOffset set 0", "FileAccessBuffer set 65536",
-                          "FileOperationSelector set Write", "FileOperationExecute execute",
-                          "FileOperationExecute isdone 1", "FileOperationSelector set Close",
-                          "FileOperationExecute execute", "FileOperationExecute isdone 1"}));
+                          "FileOperationExecute execute", "FileOperationExecute isdone 1"}) +
+                 reported("Success") +
+                 QStringList({"FileOperationSelector set Write", "FileAccessLength set 65536",
+                              "FileAccessOffset set 0", "FileAccessBuffer set 65536",
+                              "FileOperationExecute execute", "FileOperationExecute isdone 1"}) +
+                 reported("Success", "65536") +
+                 QStringList({"FileOperationSelector set Close", "FileOperationExecute execute",
+                              "FileOperationExecute isdone 1"}) +
+                 reported("Success"));
     QCOMPARE(remainingValues(progress, "Write"), QList<qint64>({0}));
     QCOMPARE(f.storedFile("Userfile"), toBytes(data));
 
@@ -164,32 +186,52 @@ void TestOxCameraFileAccess::uploadOneChunkExactSequence()
 
 void TestOxCameraFileAccess::uploadChunks_data()
 {
+    QTest::addColumn<QJsonObject>("settings");
     QTest::addColumn<int>("size");
     QTest::addColumn<QStringList>("offsets");
     QTest::addColumn<QStringList>("lengths");
     QTest::addColumn<QStringList>("buffers");
     QTest::addColumn<QList<qint64>>("progress");
-    QTest::newRow("short single chunk") << 1000 << QStringList{"0"} << QStringList{"1000"}
-                                        << QStringList{"1000"} << QList<qint64>{0};
-    QTest::newRow("two full chunks") << 131072 << QStringList{"0", "65536"} << QStringList{"65536"}
-                                     << QStringList{"65536", "65536"} << QList<qint64>{0};
-    QTest::newRow("150000") << 150000 << QStringList{"0", "65536", "131072"}
+    QTest::addColumn<int>("stored"); // bytes the camera keeps: the data, then zeros
+    const QJsonObject plain;
+    QTest::newRow("short single chunk") << plain << 1000 << QStringList{"0"} << QStringList{"1000"}
+                                        << QStringList{"1000"} << QList<qint64>{0} << 1000;
+    QTest::newRow("two full chunks")
+        << plain << 131072 << QStringList{"0", "65536"} << QStringList{"65536"}
+        << QStringList{"65536", "65536"} << QList<qint64>{0} << 131072;
+    QTest::newRow("150000") << plain << 150000 << QStringList{"0", "65536", "131072"}
                             << QStringList{"65536", "18928"}
-                            << QStringList{"65536", "65536", "18928"} << QList<qint64>{84464, 0};
-    QTest::newRow("four chunks") << 200000 << QStringList{"0", "65536", "131072", "196608"}
+                            << QStringList{"65536", "65536", "18928"} << QList<qint64>{84464, 0}
+                            << 150000;
+    QTest::newRow("four chunks") << plain << 200000 << QStringList{"0", "65536", "131072", "196608"}
                                  << QStringList{"65536", "3392"}
                                  << QStringList{"65536", "65536", "65536", "3392"}
-                                 << QList<qint64>{134464, 68928, 0};
+                                 << QList<qint64>{134464, 68928, 0} << 200000;
+    QTest::newRow("camera takes 1024 bytes at most")
+        << QJsonObject{{"fileAccessMaxLength", 1024}} << 3000 << QStringList{"0", "1024", "2048"}
+        << QStringList{"1024", "952"} << QStringList{"1024", "1024", "952"}
+        << QList<qint64>{1976, 0} << 3000;
+    QTest::newRow("fixed 1024-byte buffer pads the last chunk")
+        << QJsonObject{{"fileAccessMaxLength", 1024},
+                       {"fileAccessLengthWritable", false},
+                       {"fileAccessPadding", true}}
+        << 3000 << QStringList{"0", "1024", "2048"} << QStringList{}
+        << QStringList{"1024", "1024", "952"} << QList<qint64>{1976, 0} << 3072;
+    QTest::newRow("no FileOperationStatus")
+        << QJsonObject{{"fileOperationStatus", false}} << 1000 << QStringList{"0"}
+        << QStringList{"1000"} << QStringList{"1000"} << QList<qint64>{0} << 1000;
 }
 
 void TestOxCameraFileAccess::uploadChunks()
 {
+    QFETCH(QJsonObject, settings);
     QFETCH(int, size);
     QFETCH(QStringList, offsets);
     QFETCH(QStringList, lengths);
     QFETCH(QStringList, buffers);
     QFETCH(QList<qint64>, progress);
-    Fixture f(fileCamera());
+    QFETCH(int, stored);
+    Fixture f(fileCamera(QJsonObject(), settings));
     QVERIFY(f.ok());
     QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
     const std::vector<unsigned char> data = pattern(size, 3);
@@ -201,7 +243,7 @@ void TestOxCameraFileAccess::uploadChunks()
     QCOMPARE(selectLines(trace, "FileAccessLength set "), lengths);
     QCOMPARE(selectLines(trace, "FileAccessBuffer set "), buffers);
     QCOMPARE(remainingValues(spy, "Write"), progress);
-    QCOMPARE(f.storedFile("Userfile"), toBytes(data));
+    QCOMPARE(f.storedFile("Userfile"), toBytes(data) + QByteArray(stored - size, '\0'));
 }
 
 // Cameras lacking a feature the transfers would use: an upload and a
@@ -212,7 +254,7 @@ void TestOxCameraFileAccess::restrictedCamera_data()
     QTest::addColumn<bool>("lengthWritable");
     QTest::addColumn<QString>("untouched");
     QTest::newRow("no Filename") << false << true << "Filename";
-    QTest::newRow("read-only FileAccessLength") << true << false << "FileAccessLength";
+    QTest::newRow("read-only FileAccessLength") << true << false << "FileAccessLength set";
 }
 
 void TestOxCameraFileAccess::restrictedCamera()
@@ -220,7 +262,8 @@ void TestOxCameraFileAccess::restrictedCamera()
     QFETCH(bool, hasFilename);
     QFETCH(bool, lengthWritable);
     QFETCH(QString, untouched);
-    Fixture f(fileCamera(QJsonObject(), hasFilename, lengthWritable));
+    Fixture f(fileCamera(QJsonObject(), {{"hasFilename", hasFilename},
+                                         {"fileAccessLengthWritable", lengthWritable}}));
     QVERIFY(f.ok());
     long written = -1;
     const std::vector<unsigned char> data = pattern(150000, 9);
@@ -255,28 +298,44 @@ void TestOxCameraFileAccess::uploadFailures_data()
     QTest::addColumn<int>("closes");
     QTest::addColumn<QList<qint64>>("progress");
     QTest::addColumn<int>("storedBytes"); // -1: the previous content stays
+    QTest::addColumn<QString>("reason");  // the camera layer's message
 
     QTest::newRow("selector") << failFeature("FileSelector") << false << -1L << 0 << 0
-                              << QList<qint64>{} << -1;
+                              << QList<qint64>{} << -1 << "";
     QTest::newRow("file name") << failFeature("Filename") << false << -1L << 0 << 0
-                               << QList<qint64>{} << -1;
+                               << QList<qint64>{} << -1 << "";
     QTest::newRow("open mode") << failFeature("FileOpenMode") << false << -1L << 0 << 0
-                               << QList<qint64>{} << -1;
+                               << QList<qint64>{} << -1 << "";
     QTest::newRow("open") << failOperation("Open") << false << -1L << 1 << 0 << QList<qint64>{}
-                          << -1;
+                          << -1 << "";
+    QTest::newRow("open, status only")
+        << failOperation("Open", 0, kStatusOnly) << false << -1L << 1 << 0 << QList<qint64>{} << -1
+        << "File Access Open of map.bin failed: the camera reports \"Failure\".";
     // Past the open: the file is closed and the call counts as done.
     QTest::newRow("length") << failFeature("FileAccessLength") << true << 0L << 1 << 1
-                            << QList<qint64>{0} << 0;
+                            << QList<qint64>{0} << 0 << "";
     QTest::newRow("offset") << failFeature("FileAccessOffset") << true << 0L << 1 << 1
-                            << QList<qint64>{0} << 0;
+                            << QList<qint64>{0} << 0 << "";
     QTest::newRow("buffer") << failFeature("FileAccessBuffer") << true << 0L << 1 << 1
-                            << QList<qint64>{0} << 0;
+                            << QList<qint64>{0} << 0 << "";
     QTest::newRow("second chunk") << failOperation("Write", 2) << true << 65536L << 1 << 1
-                                  << QList<qint64>{84464, 0} << 65536;
+                                  << QList<qint64>{84464, 0} << 65536 << "";
+    QTest::newRow("second chunk, status only")
+        << failOperation("Write", 2, kStatusOnly) << true << 65536L << 1 << 1
+        << QList<qint64>{84464, 0} << 65536
+        << "File Access Write of map.bin at byte 65536 failed: the camera reports \"Failure\".";
+    QTest::newRow("second chunk, 1000 bytes taken")
+        << failOperation("Write", 2, {{"bytes", 1000}}) << true << 66536L << 1 << 1
+        << QList<qint64>{84464, 0} << 66536
+        << "File Access Write of map.bin at byte 65536 failed: the camera moved 1000 of 65536 "
+           "bytes.";
     QTest::newRow("last chunk") << failOperation("Write", 3) << true << 131072L << 1 << 1
-                                << QList<qint64>{84464, 0} << 131072;
+                                << QList<qint64>{84464, 0} << 131072 << "";
     QTest::newRow("close") << failOperation("Close") << false << -1L << 1 << 1
-                           << QList<qint64>{84464} << -1;
+                           << QList<qint64>{84464} << -1 << "";
+    QTest::newRow("close, status only")
+        << failOperation("Close", 0, kStatusOnly) << false << -1L << 1 << 1 << QList<qint64>{84464}
+        << -1 << "File Access Close of map.bin failed: the camera reports \"Failure\".";
 }
 
 void TestOxCameraFileAccess::uploadFailures()
@@ -288,9 +347,11 @@ void TestOxCameraFileAccess::uploadFailures()
     QFETCH(int, closes);
     QFETCH(QList<qint64>, progress);
     QFETCH(int, storedBytes);
+    QFETCH(QString, reason);
     Fixture f(fileCamera(faults));
     QVERIFY(f.ok());
     QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
+    QSignalSpy errors(&f.camera(), &OxCamera::fileAccessError);
     const std::vector<unsigned char> data = pattern(150000, 1);
     long count = -1;
     QCOMPARE(f.camera().UploadBuffer(data, "map.bin", "Userfile", &count), result);
@@ -299,6 +360,9 @@ void TestOxCameraFileAccess::uploadFailures()
     QCOMPARE(trace.count("FileOperationSelector set Open"), opens);
     QCOMPARE(trace.count("FileOperationSelector set Close"), closes);
     QCOMPARE(remainingValues(spy, "Write"), progress);
+    QCOMPARE(errors.count(), reason.isEmpty() ? 0 : 1);
+    if (!reason.isEmpty())
+        QCOMPARE(errors[0][0].toString(), reason);
     const QByteArray stored = f.storedFile("Userfile");
     if (storedBytes < 0)
         QCOMPARE(stored, QByteArray("previous"));
@@ -362,8 +426,8 @@ void TestOxCameraFileAccess::downloads_data()
     QTest::addColumn<QStringList>("offsets");
     QTest::addColumn<QStringList>("lengths");
     QTest::addColumn<QList<qint64>>("progress");
-    // An empty file still gets its (zero) length written before the close.
-    QTest::newRow("empty") << "Empty" << QByteArray() << QStringList() << QStringList{"0"}
+    // An empty file needs no length (cameras take at least 1 byte).
+    QTest::newRow("empty") << "Empty" << QByteArray() << QStringList() << QStringList()
                            << QList<qint64>{0};
     QTest::newRow("70000") << "Seventy" << seventyText() << QStringList{"0", "65536"}
                            << QStringList{"65536", "4464"} << QList<qint64>{4464, 0, 0};
@@ -404,35 +468,52 @@ void TestOxCameraFileAccess::downloadFailures_data()
     QTest::addColumn<QList<qint64>>("progress");
     // The last feature operations the camera saw (done queries left out).
     QTest::addColumn<QStringList>("tail");
+    QTest::addColumn<QString>("reason"); // the camera layer's message
 
-    const QString opened = "FileOperationExecute execute";
+    const QStringList opened = QStringList{"FileOperationExecute execute"} + reported("Success");
     const QStringList closed{"FileOperationSelector set Close", "FileOperationExecute execute"};
 
     QTest::newRow("selector") << failFeature("FileSelector") << 0L << QList<qint64>{}
-                              << QStringList{"FileSelector set Seventy -> -13"};
+                              << QStringList{"FileSelector set Seventy -> -13"} << "";
     QTest::newRow("file name") << failFeature("Filename") << 0L << QList<qint64>{}
                                << QStringList{"FileSelector set Seventy",
-                                              "Filename set map.bin -> -13"};
+                                              "Filename set map.bin -> -13"}
+                               << "";
     QTest::newRow("open") << failOperation("Open") << 0L << QList<qint64>{}
                           << QStringList{"FileOperationSelector set Open",
-                                         "FileOperationExecute execute -> -13"};
+                                         "FileOperationExecute execute -> -13"}
+                          << "";
     QTest::newRow("file size") << failFeature("FileSize", "get") << 0L << QList<qint64>{}
-                               << (QStringList{opened, "FileSize get -> -13"} + closed);
+                               << (opened + QStringList{"FileSize get -> -13"} + closed) << "";
     // The one failure after the open that leaves the device file open.
     QTest::newRow("length") << failFeature("FileAccessLength") << 0L << QList<qint64>{}
-                            << QStringList{"FileSize get 70000",
-                                           "FileAccessLength set 65536 -> -13"};
+                            << QStringList{"FileSize get 70000", "FileOperationSelector set Read",
+                                           "FileAccessLength set 65536 -> -13"}
+                            << "";
     QTest::newRow("offset")
         << failFeature("FileAccessOffset") << 0L << QList<qint64>{}
-        << (QStringList{"FileAccessLength set 65536", "FileAccessOffset set 0 -> -13"} + closed);
+        << (QStringList{"FileAccessLength set 65536", "FileAccessOffset set 0 -> -13"} + closed)
+        << "";
     QTest::newRow("buffer") << failFeature("FileAccessBuffer", "get") << 0L << QList<qint64>{}
-                            << (QStringList{opened, "FileAccessBuffer get -> -13"} + closed);
+                            << (reported("Success", "65536") +
+                                QStringList{"FileAccessBuffer get -> -13"} + closed)
+                            << "";
     QTest::newRow("second read") << failOperation("Read", 2) << 65536L << QList<qint64>{4464}
                                  << (QStringList{"FileAccessOffset set 65536",
                                                  "FileAccessLength set 4464",
-                                                 "FileOperationSelector set Read",
                                                  "FileOperationExecute execute -> -13"} +
-                                     closed);
+                                     closed)
+                                 << "";
+    // The buffer is not read when the camera says the read failed.
+    QTest::newRow("second read, status only")
+        << failOperation("Read", 2, kStatusOnly) << 65536L << QList<qint64>{4464}
+        << (QStringList{"FileOperationExecute execute"} + reported("Failure") + closed)
+        << "File Access Read of map.bin at byte 65536 failed: the camera reports \"Failure\".";
+    QTest::newRow("second read, 100 bytes")
+        << failOperation("Read", 2, {{"bytes", 100}}) << 65536L << QList<qint64>{4464}
+        << (reported("Success", "100") + closed)
+        << "File Access Read of map.bin at byte 65536 failed: the camera moved 100 of 4464 "
+           "bytes.";
     // A failed close is tried once more by the abort path; the camera has
     // ended the file already, so the second selection is refused before it
     // reaches the camera and only its execute shows.
@@ -440,7 +521,13 @@ void TestOxCameraFileAccess::downloadFailures_data()
                            << QStringList{"FileAccessBuffer get 65536",
                                           "FileOperationSelector set Close",
                                           "FileOperationExecute execute -> -13",
-                                          "FileOperationExecute execute -> -15"};
+                                          "FileOperationExecute execute -> -15"}
+                           << "";
+    QTest::newRow("close, status only")
+        << failOperation("Close", 0, kStatusOnly) << 70000L << QList<qint64>{4464, 0}
+        << (QStringList{"FileOperationSelector set Close", "FileOperationExecute execute"} +
+            reported("Failure") + QStringList{"FileOperationExecute execute -> -15"})
+        << "File Access Close of map.bin failed: the camera reports \"Failure\".";
 }
 
 void TestOxCameraFileAccess::downloadFailures()
@@ -449,9 +536,11 @@ void TestOxCameraFileAccess::downloadFailures()
     QFETCH(long, read);
     QFETCH(QList<qint64>, progress);
     QFETCH(QStringList, tail);
+    QFETCH(QString, reason);
     Fixture f(fileCamera(faults));
     QVERIFY(f.ok());
     QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
+    QSignalSpy errors(&f.camera(), &OxCamera::fileAccessError);
     const QString local = f.sim.path("download.bin");
     long count = -1;
     QVERIFY(!f.camera().DownloadDeviceFile(QFile::encodeName(local), "map.bin", "Seventy", &count));
@@ -459,6 +548,9 @@ void TestOxCameraFileAccess::downloadFailures()
     const QStringList trace = f.trace(false);
     QCOMPARE(trace.mid(trace.size() - tail.size()), tail);
     QCOMPARE(remainingValues(spy, "Read"), progress);
+    QCOMPARE(errors.count(), reason.isEmpty() ? 0 : 1);
+    if (!reason.isEmpty())
+        QCOMPARE(errors[0][0].toString(), reason);
     // The local file holds what was counted, and stays on disk.
     QCOMPARE(fileBytes(local), seventyText().left(int(read)));
 }
@@ -515,15 +607,14 @@ void TestOxCameraFileAccess::fileLeftOpenIsClosedFirst()
     QCOMPARE(count, long(after.size()));
     QCOMPARE(f.storedFile("Userfile"), after);
     const QString mode = "FileOpenMode set " + nextMode;
-    QStringList opening{mode,
-                        "FileOperationSelector set Close",
-                        "FileOperationExecute execute",
-                        "FileOperationExecute isdone 1",
-                        mode,
-                        "FileOperationSelector set Open",
-                        "FileOperationExecute execute"};
-    if (nextMode == "Read")
-        opening << "FileOperationExecute isdone 1";
+    const QStringList opening{mode,
+                              "FileOperationSelector set Close",
+                              "FileOperationExecute execute",
+                              "FileOperationExecute isdone 1",
+                              mode,
+                              "FileOperationSelector set Open",
+                              "FileOperationExecute execute",
+                              "FileOperationExecute isdone 1"};
     const QStringList trace = f.trace();
     QCOMPARE(trace.mid(2, opening.size()), opening);
     QCOMPARE(trace.count("FileOperationSelector set Open"), 1);

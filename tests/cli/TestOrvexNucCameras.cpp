@@ -233,19 +233,6 @@ private slots:
             << "File Access Write of Notes at byte 65536 failed: the camera moved 1000 of 65536 "
                "bytes.\norvex-nuc upload: short transfer: 66536 of 150000 bytes reached Notes"
             << 66536;
-        QTest::addRow("close fails in its status")
-            << failing(plain, "Close", {{"chunk", 0}, {"statusOnly", true}}) << "upload"
-            << "ShadingMap0" << map
-            << "File Access Close of ShadingMap0 failed: the camera reports \"Failure\".\n"
-               "orvex-nuc upload: camera sim::A-1 did not complete the upload to ShadingMap0"
-            << -1;
-        QTest::addRow("download, chunk fails in its status")
-            << failing(big, "Read", {{"statusOnly", true}}) << "download"
-            << "ShadingMap0" << QByteArray()
-            << "File Access Read of ShadingMap0 at byte 65536 failed: the camera reports "
-               "\"Failure\".\norvex-nuc download: the download of ShadingMap0 from camera "
-               "sim::A-1 failed after 65536 bytes; %1 holds what was read"
-            << 65536;
         QTest::addRow("download fails")
             << failing(big, "Read") << "download"
             << "ShadingMap0" << QByteArray()

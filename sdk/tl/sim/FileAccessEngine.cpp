@@ -180,8 +180,7 @@ const FileEntryConfig* FileAccessEngine::selectedEntry() const
 
 FileAccessEngine::OperationState& FileAccessEngine::selectedOperation()
 {
-    const int64_t op = m_config.fileAccessSelectedByOperation ? m_operation->intValue : 0;
-    auto [it, added] = m_operations.try_emplace({m_selector->intValue, op});
+    auto [it, added] = m_operations.try_emplace({m_selector->intValue, m_operation->intValue});
     if (added)
         it->second.length = m_config.fileAccessMaxLength;
     return it->second;

@@ -166,7 +166,6 @@ CameraConfig camera(const json& j)
         throw std::runtime_error("fileAccessMaxLength of " + c.id + " must be 1 to 65536");
     c.fileAccessLengthWritable = j.value("fileAccessLengthWritable", true);
     c.fileAccessPadding = j.value("fileAccessPadding", false);
-    c.fileAccessSelectedByOperation = j.value("fileAccessSelectedByOperation", true);
     c.hasFileOperationStatus = j.value("fileOperationStatus", true);
     c.fileAccessWhileAcquiring = j.value("fileAccessWhileAcquiring", false);
     if (j.contains("files"))

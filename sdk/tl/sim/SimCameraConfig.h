@@ -86,10 +86,6 @@ struct CameraConfig
     // after what the host put into the buffer (a map entry keeps the size
     // its header gives). Without: as many bytes as the host put in.
     bool fileAccessPadding = false;
-    // "FileAccessOffset", "FileAccessLength", "FileOperationStatus" and
-    // "FileOperationResult" hold a value per FileSelector and
-    // FileOperationSelector entry; false: one value per FileSelector entry.
-    bool fileAccessSelectedByOperation = true;
     bool hasFileOperationStatus = true;
     // Else every File Access operation is refused while the camera acquires.
     bool fileAccessWhileAcquiring = false;

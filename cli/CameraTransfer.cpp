@@ -112,6 +112,10 @@ bool CameraTransfer::open()
             *last = line;
             cliErr() << line << '\n' << Qt::flush;
         });
+    // The camera's own reason for a failure, before the command's verdict.
+    QObject::connect(m_camera, &OxCamera::fileAccessError, [](const QString& message) {
+        cliErr() << message << '\n' << Qt::flush;
+    });
     return true;
 }
 

@@ -226,18 +226,23 @@ private slots:
         QTest::addColumn<QString>("command");
         QTest::addColumn<QString>("entry");
         QTest::addColumn<QByteArray>("file");
+        // The camera's reason, if any, on a line of the error stream, and the
+        // command's verdict on the last line.
         QTest::addColumn<QString>("message");
-        QTest::addColumn<int>("partial"); // download: bytes left in the local file
+        // download: bytes left in the local file; upload into Notes: bytes
+        // the camera kept
+        QTest::addColumn<int>("partial");
 
         const QJsonObject plain = shadingCamera("A-1");
         const QJsonObject big = shadingCamera("A-1", 320, 256);
         const QJsonObject closeHangs{
             {"failOperations", QJsonArray{QJsonObject{{"operation", "Close"}, {"hang", true}}}}};
-        auto failing = [](QJsonObject camera, const char* operation) {
-            return with(
-                camera, "faults",
-                QJsonObject{{"failOperations",
-                             QJsonArray{QJsonObject{{"operation", operation}, {"chunk", 2}}}}});
+        auto failing = [](QJsonObject camera, const char* operation,
+                          QJsonObject how = QJsonObject()) {
+            how.insert("operation", operation);
+            if (!how.contains("chunk"))
+                how.insert("chunk", 2);
+            return with(camera, "faults", QJsonObject{{"failOperations", QJsonArray{how}}});
         };
         const QByteArray map = mapFile(false, 64, 32);
         QTest::addRow("unknown camera")
@@ -277,7 +282,13 @@ private slots:
         QTest::addRow("short transfer")
             << failing(plain, "Write") << "upload"
             << "Notes" << QByteArray(150000, 'n')
-            << "orvex-nuc upload: short transfer: 65536 of 150000 bytes reached Notes" << -1;
+            << "orvex-nuc upload: short transfer: 65536 of 150000 bytes reached Notes" << 65536;
+        QTest::addRow("camera takes part of a chunk")
+            << failing(plain, "Write", {{"bytes", 1000}}) << "upload"
+            << "Notes" << QByteArray(150000, 'n')
+            << "File Access Write of Notes at byte 65536 failed: the camera moved 1000 of 65536 "
+               "bytes.\norvex-nuc upload: short transfer: 66536 of 150000 bytes reached Notes"
+            << 66536;
         QTest::addRow("download fails")
             << failing(big, "Read") << "download"
             << "ShadingMap0" << QByteArray()
@@ -336,13 +347,17 @@ private slots:
             orvexNuc(command.split(' ') + QStringList{"--camera", "A-1", "--entry", entry, path});
         QCOMPARE(run.exitCode, 1);
         QCOMPARE(run.out, QString());
-        QCOMPARE(run.err.split('\n', Qt::SkipEmptyParts).last(),
-                 message.contains("%1") ? message.arg(path) : message);
+        const QStringList lines = run.err.split('\n', Qt::SkipEmptyParts);
+        const QStringList expected =
+            (message.contains("%1") ? message.arg(path) : message).split('\n');
+        QCOMPARE(lines.last(), expected.last());
+        for (const QString& reason : expected.mid(0, expected.size() - 1))
+            QVERIFY2(lines.contains(reason), qPrintable(run.err));
         // A refused upload leaves the camera's file as it was; a plain device
-        // file keeps what arrived before the failing chunk.
+        // file keeps what arrived before the failure.
         QCOMPARE(sim.storedFile(qPrintable(plainId), qPrintable(selector)),
-                 entry == "Notes" ? file.left(65536) : before);
-        if (partial >= 0)
+                 entry == "Notes" ? file.left(partial) : before);
+        if (partial >= 0 && command == "download")
             QCOMPARE(readFile(path), before.left(partial));
     }
 };

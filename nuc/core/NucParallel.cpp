@@ -148,7 +148,8 @@ void Pass::run(std::size_t pixels, const std::function<void(std::size_t, std::si
         const std::size_t block = (pixels / parts + Grain - 1) / Grain * Grain;
         split = threads.tryRun([&](int part) {
             const std::size_t begin = std::min(pixels, std::size_t(part) * block);
-            const std::size_t end = part + 1 == int(parts) ? pixels : std::min(pixels, begin + block);
+            const std::size_t end =
+                part + 1 == int(parts) ? pixels : std::min(pixels, begin + block);
             if (begin < end)
                 work(begin, end);
         });

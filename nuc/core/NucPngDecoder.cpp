@@ -8,6 +8,7 @@
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -48,41 +49,62 @@ bool isLetters(const uchar* name)
     return true;
 }
 
+// The buffers of a decode, kept by each thread that decodes: fresh ones for
+// every file would cost their page faults every time.
+struct Workspace
+{
+    static constexpr size_t Block = size_t(256) << 10;
+    std::unique_ptr<uchar[]> fileBlock{new uchar[Block]};
+    std::unique_ptr<uchar[]> packed{new uchar[Block]};
+    std::vector<uchar> filtered;
+    inflate_state inflater;
+};
+
+Workspace& workspace()
+{
+    thread_local std::unique_ptr<Workspace> mine;
+    if (!mine)
+        mine.reset(new Workspace);
+    return *mine;
+}
+
 // The file, read in large blocks.
 class Input
 {
 public:
+    explicit Input(uchar* block) : block(block) {}
+
     bool open(const QString& path)
     {
         file.setFileName(path);
         return file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     }
 
-    // Makes n <= Block bytes readable at data(); false at the end of the file.
+    // Makes n <= Workspace::Block bytes readable at data(); false at the end
+    // of the file.
     bool need(size_t n)
     {
         if (end - at >= n)
             return true;
-        std::memmove(block.get(), block.get() + at, end - at);
+        std::memmove(block, block + at, end - at);
         end -= at;
         at = 0;
         while (end < n) {
-            const qint64 got = file.read(reinterpret_cast<char*>(block.get() + end),
-                                         qint64(Block - end));
+            const qint64 got =
+                file.read(reinterpret_cast<char*>(block + end), qint64(Workspace::Block - end));
             if (got <= 0)
                 return false;
             end += size_t(got);
         }
         return true;
     }
-    const uchar* data() const { return block.get() + at; }
+    const uchar* data() const { return block + at; }
     size_t available() const { return end - at; }
     void skip(size_t n) { at += n; }
 
 private:
-    static constexpr size_t Block = size_t(1) << 20;
     QFile file;
-    std::unique_ptr<uchar[]> block{new uchar[Block]};
+    uchar* const block;
     size_t at = 0;
     size_t end = 0;
 };
@@ -140,15 +162,15 @@ void unfilter(int type, const uchar* __restrict in, const uchar* __restrict prev
 class Rows
 {
 public:
-    Rows(QImage& image, int bytesPerSample)
+    Rows(QImage& image, int bytesPerSample, std::vector<uchar>& filtered)
         : image(image), sample(bytesPerSample), rowBytes(size_t(image.width()) * size_t(sample)),
-          capacity(std::max<size_t>(size_t(256) << 10, 4 * (rowBytes + 1))),
-          filtered(new uchar[capacity]), above(rowBytes, 0), current(rowBytes)
+          filtered(filtered), above(rowBytes, 0), current(rowBytes)
     {
+        filtered.resize(std::max<size_t>({filtered.size(), Workspace::Block, 4 * (rowBytes + 1)}));
     }
 
-    uchar* space() { return filtered.get() + fill; }
-    size_t spaceLeft() const { return capacity - fill; }
+    uchar* space() { return filtered.data() + fill; }
+    size_t spaceLeft() const { return filtered.size() - fill; }
     bool complete() const { return row == image.height() && fill == 0; }
 
     // Takes in n bytes written at space(); false for a filter type that
@@ -162,13 +184,13 @@ public:
             if (type > 4 || row == image.height())
                 return false;
             if (sample == 2)
-                unfilter<2>(type, filtered.get() + at + 1, above.data(), current.data(), rowBytes);
+                unfilter<2>(type, filtered.data() + at + 1, above.data(), current.data(), rowBytes);
             else
-                unfilter<1>(type, filtered.get() + at + 1, above.data(), current.data(), rowBytes);
+                unfilter<1>(type, filtered.data() + at + 1, above.data(), current.data(), rowBytes);
             store(image.scanLine(row++));
             above.swap(current);
         }
-        std::memmove(filtered.get(), filtered.get() + at, fill - at);
+        std::memmove(filtered.data(), filtered.data() + at, fill - at);
         fill -= at;
         return row < image.height() || fill == 0;
     }
@@ -196,33 +218,34 @@ private:
     QImage& image;
     const int sample;
     const size_t rowBytes;
-    const size_t capacity;
-    std::unique_ptr<uchar[]> filtered;
+    std::vector<uchar>& filtered;
     size_t fill = 0;
     int row = 0;
     std::vector<uchar> above, current;
 };
 
-// The zlib stream of the IDAT chunks, gathered into large pieces (ISA-L is
-// at its fastest on long inputs) and inflated into the rows.
+// The zlib stream of the IDAT chunks, gathered into pieces of a block (ISA-L
+// is at its fastest on long inputs, and IDAT chunks are often 8 KiB) and
+// inflated into the rows.
 class Stream
 {
 public:
-    explicit Stream(Rows& rows) : rows(rows), state(new inflate_state)
+    Stream(Rows& rows, Workspace& space)
+        : rows(rows), state(&space.inflater), packed(space.packed.get())
     {
-        isal_inflate_init(state.get());
+        isal_inflate_init(state);
         state->crc_flag = ISAL_ZLIB; // header checked, Adler-32 verified
     }
 
     bool add(const uchar* data, size_t n)
     {
         while (n > 0) {
-            const size_t take = std::min(n, Piece - fill);
-            std::memcpy(packed.get() + fill, data, take);
+            const size_t take = std::min(n, Workspace::Block - fill);
+            std::memcpy(packed + fill, data, take);
             fill += take;
             data += take;
             n -= take;
-            if (fill == Piece && !inflatePiece(false))
+            if (fill == Workspace::Block && !inflatePiece(false))
                 return false;
         }
         return true;
@@ -253,12 +276,12 @@ private:
         }
         if (finished() && fill > 0)
             return false; // data after the end of the stream
-        state->next_in = packed.get();
+        state->next_in = packed;
         state->avail_in = quint32(fill);
         while (!finished() && (state->avail_in > 0 || last)) {
             state->next_out = rows.space();
             state->avail_out = quint32(rows.spaceLeft());
-            if (isal_inflate(state.get()) != ISAL_DECOMP_OK)
+            if (isal_inflate(state) != ISAL_DECOMP_OK)
                 return false;
             const size_t produced = size_t(state->next_out - rows.space());
             if (!rows.add(produced))
@@ -272,10 +295,9 @@ private:
         return true;
     }
 
-    static constexpr size_t Piece = size_t(1) << 20;
     Rows& rows;
-    std::unique_ptr<inflate_state> state;
-    std::unique_ptr<uchar[]> packed{new uchar[Piece]};
+    inflate_state* const state;
+    uchar* const packed;
     size_t fill = 0;
     bool started = false;
 };
@@ -347,20 +369,28 @@ QImage targetImage(const Header& header, QImage* buffer)
 
 bool decode(const QString& path, QImage* result, QImage* buffer)
 {
-    Input in;
+    Workspace& space = workspace();
+    Input in(space.fileBlock.get());
     Header header;
     if (!in.open(path) || !readHeader(in, &header))
         return false;
     QImage image = targetImage(header, buffer);
     if (image.isNull())
         return false;
-    Rows rows(image, header.sixteenBit ? 2 : 1);
-    Stream stream(rows);
+    Rows rows(image, header.sixteenBit ? 2 : 1, space.filtered);
+    Stream stream(rows, space);
     // libpng's own bound for an IDAT chunk is at least the image data.
-    const quint64 imageBytes = quint64(header.height) * (quint64(header.width) * (header.sixteenBit ? 2 : 1) + 1);
-    const quint64 longestIdat = std::max<quint64>(LongestAncillary, std::min<quint64>(imageBytes, LongestChunk));
+    const quint64 imageBytes =
+        quint64(header.height) * (quint64(header.width) * (header.sixteenBit ? 2 : 1) + 1);
+    const quint64 longestIdat =
+        std::max<quint64>(LongestAncillary, std::min<quint64>(imageBytes, LongestChunk));
 
-    enum class Stage { BeforeData, InData, AfterData } stage = Stage::BeforeData;
+    enum class Stage
+    {
+        BeforeData,
+        InData,
+        AfterData
+    } stage = Stage::BeforeData;
     bool resolutionSeen = false;
     quint32 perMetreX = 0, perMetreY = 0;
     for (;;) {

@@ -328,7 +328,7 @@ private slots:
             std::vector<u16> q(pixels, 0xdead), r(pixels, 0xbeef);
             std::vector<float> mean(pixels, -1.0f);
             if (v < 0)
-                split(&NucKernels::start16)(q.data(), r.data(), mean.data(), p.data(), pixels);
+                split (&NucKernels::start16)(q.data(), r.data(), mean.data(), p.data(), pixels);
             else
                 variant(v).start16(q.data(), r.data(), mean.data(), p.data(), pixels);
             const QString diff = firstDifference(e, q, r, mean);

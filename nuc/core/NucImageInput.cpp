@@ -82,10 +82,11 @@ QImage NucImageInput::readImage(QImageReader& reader, QString* error, QImage buf
     // that decoder declines, Qt reads as before.
     const bool fast = reader.format() == "png" && !reader.fileName().isEmpty() &&
                       NucPngDecoder::decode(reader.fileName(), &image, &buffer);
-    if (!fast)
+    if (!fast) {
         image = std::move(buffer);
-    if (!fast && !reader.read(&image))
-        return refuse(tr("cannot read the image: %1").arg(reader.errorString()));
+        if (!reader.read(&image))
+            return refuse(tr("cannot read the image: %1").arg(reader.errorString()));
+    }
     if (!NucLimits::plausibleSize(quint64(image.width()), quint64(image.height())))
         return refuse(tr("implausible image size %1 x %2").arg(image.width()).arg(image.height()));
     if (image.format() == QImage::Format_Grayscale8)

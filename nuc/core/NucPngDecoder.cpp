@@ -35,8 +35,8 @@ quint32 crcOf(quint32 crc, const uchar* data, size_t bytes)
 }
 
 // libpng gives up on a file with a chunk longer than 2^31 - 1 bytes, an
-// ancillary chunk longer than its allocation limit, or a chunk name that is
-// not four letters.
+// ancillary chunk longer than its allocation limit, a chunk name that is not
+// four letters, or a side beyond its default limit.
 constexpr quint32 LongestChunk = 0x7fffffffu;
 constexpr quint32 LongestAncillary = 8000000;
 constexpr quint32 LongestSide = 1000000;

@@ -21,8 +21,9 @@
 namespace NucPngDecoder {
 
 // True with *image set when the file was decoded here; false when Qt must
-// decode it. buffer: an image whose memory is taken (leaving it null) when it
-// has the size and format and is not shared.
+// decode it. buffer: an image whose memory is taken (leaving it null, even
+// when the decoder then declines) when it has the size and format and is not
+// shared.
 bool decode(const QString& path, QImage* image, QImage* buffer = nullptr);
 
 } // namespace NucPngDecoder

@@ -124,13 +124,15 @@ GevDevice::GevDevice(std::shared_ptr<SimCamera> camera, uint32_t ip)
     setReg(StreamChannels, 1);
     setReg(GvcpCapability,
            CapabilityUserName | CapabilitySerialNumber | CapabilityWriteMemory |
-               CapabilityPendingAck);
+               CapabilityPendingAck | CapabilityPacketResend);
     setReg(HeartbeatTimeout, kDefaultHeartbeatMs);
     setReg(TickFrequencyLow, 1000000000u);
     setReg(PendingTimeout, 1000);
-    const int64_t packetSize = c.streams.empty() ? 1500 : c.streams[0].packetSize;
-    setReg(StreamPacketSize, uint32_t(std::clamp<int64_t>(packetSize, kMinPacketSize,
-                                                          kMaxPacketSize)));
+    // The configured packet size, where the camera has a usable one.
+    int64_t packetSize = c.streams.empty() ? 0 : c.streams[0].packetSize;
+    if (packetSize < kMinPacketSize || packetSize > kMaxPacketSize)
+        packetSize = 1500;
+    setReg(StreamPacketSize, uint32_t(packetSize));
     setReg(StreamSourcePort, m_streamer.sourcePort());
     if (m_heldElsewhere)
         setReg(ControlChannelPrivilege, PrivilegeControl);

@@ -60,6 +60,11 @@ public:
     void checkHeartbeat(Clock::time_point now);
     Clock::time_point heartbeatDeadline() const;
 
+    void resend(uint16_t block, uint32_t first, uint32_t last)
+    {
+        m_streamer.resend(block, first, last);
+    }
+
     // The camera left (fault or configuration): stops streaming.
     void shutdown();
 

@@ -97,6 +97,7 @@ constexpr uint32_t PrivilegeControl = 1u << 1;
 constexpr uint32_t PacketSizeMask = 0xFFFF;
 constexpr uint32_t CapabilityPendingAck = 1u << 5;
 constexpr uint32_t CapabilityWriteMemory = 1u << 1;
+constexpr uint32_t CapabilityPacketResend = 1u << 2;
 constexpr uint32_t CapabilityUserName = 1u << 31;
 constexpr uint32_t CapabilitySerialNumber = 1u << 30;
 } // namespace bootstrap

@@ -243,6 +243,13 @@ void GvcpServer::handle(int fd, const uint8_t* packet, size_t size, const Peer& 
     }
     if (fd != m_control)
         return;
+    if (command == PacketResendCmd) {
+        // From the host's stream socket; no answer but the packets.
+        if (length >= 12)
+            m_device.resend(uint16_t(getU32(payload)), getU32(payload + 4) & 0xFFFFFF,
+                            getU32(payload + 8) & 0xFFFFFF);
+        return;
+    }
     const auto now = Clock::now();
     m_device.checkHeartbeat(now);
 

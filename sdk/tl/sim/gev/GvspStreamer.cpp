@@ -53,6 +53,12 @@ GvspStreamer::~GvspStreamer()
 void GvspStreamer::start(const StreamTarget& target)
 {
     stop();
+    // Set while no stream thread runs; resends come from the caller's thread.
+    m_target = target;
+    {
+        std::lock_guard<std::mutex> lock(m_recentMutex);
+        m_recent.clear();
+    }
     std::lock_guard<std::mutex> lock(m_mutex);
     m_stopping = false;
     m_thread = std::thread([this, target] { run(target); });
@@ -97,7 +103,23 @@ void GvspStreamer::run(StreamTarget target)
             log("stream: the camera gives no frame, stream stopped");
             return;
         }
-        if (!sendFrame(target, frame, uint32_t(format)))
+        auto block = std::make_shared<Block>();
+        // Block id 0 is reserved.
+        if (++m_blockId == 0)
+            m_blockId = 1;
+        block->id = m_blockId;
+        block->pixelFormat = uint32_t(format);
+        block->frame = std::move(frame);
+        block->chunk = std::max<size_t>(4, target.packetSize - std::min<size_t>(
+                                                                target.packetSize,
+                                                                kIpUdpOverhead + kGvspHeaderSize));
+        {
+            std::lock_guard<std::mutex> lock(m_recentMutex);
+            m_recent.push_back(block);
+            if (m_recent.size() > 4)
+                m_recent.erase(m_recent.begin());
+        }
+        if (!sendBlock(*block))
             return;
         // A frame that took longer than the period starts the next at once.
         next = std::max(next, std::chrono::steady_clock::now());
@@ -118,57 +140,72 @@ void GvspStreamer::pace(std::chrono::steady_clock::time_point& next, size_t byte
         std::max<int64_t>(int64_t(bytes * 1e9 / kLinkBytesPerSecond), delayNs));
 }
 
-bool GvspStreamer::sendFrame(const StreamTarget& target, const SimFrame& frame,
-                             uint32_t pixelFormat)
+bool GvspStreamer::sendPacket(const Block& b, uint32_t id, uint16_t status,
+                              std::vector<uint8_t>& packet)
 {
+    const uint32_t last = b.packets() - 1;
+    const uint8_t format = id == 0 ? kGvspLeader : id == last ? kGvspTrailer : kGvspPayload;
+    packet.assign(kGvspHeaderSize, 0);
+    putU16(packet.data(), status);
+    putU16(packet.data() + 2, b.id);
+    putU32(packet.data() + 4, uint32_t(format) << 24 | (id & 0xFFFFFF));
+    if (format == kGvspLeader) {
+        packet.resize(kGvspHeaderSize + 36, 0);
+        uint8_t* d = packet.data() + kGvspHeaderSize;
+        putU16(d + 2, kPayloadTypeImage);
+        putU64(d + 4, b.frame.timestampNs);
+        putU32(d + 12, b.pixelFormat);
+        putU32(d + 16, b.frame.width);
+        putU32(d + 20, b.frame.height);
+    } else if (format == kGvspTrailer) {
+        packet.resize(kGvspHeaderSize + 8, 0);
+        putU32(packet.data() + kGvspHeaderSize, kPayloadTypeImage);
+        putU32(packet.data() + kGvspHeaderSize + 4, b.frame.height);
+    } else {
+        const size_t offset = size_t(id - 1) * b.chunk;
+        const size_t n = std::min(b.chunk, b.frame.pixels.size() - offset);
+        packet.insert(packet.end(), b.frame.pixels.begin() + ptrdiff_t(offset),
+                      b.frame.pixels.begin() + ptrdiff_t(offset + n));
+    }
     sockaddr_in to{};
     to.sin_family = AF_INET;
-    to.sin_addr.s_addr = htonl(target.ip);
-    to.sin_port = htons(target.port);
-    const size_t chunk = std::max<size_t>(
-        4, target.packetSize - std::min<size_t>(target.packetSize, kIpUdpOverhead + kGvspHeaderSize));
-    // Block id 0 is reserved.
-    if (++m_blockId == 0)
-        m_blockId = 1;
-    std::vector<uint8_t> packet(kGvspHeaderSize + std::max<size_t>(chunk, 44));
-    auto header = [&](uint8_t format, uint32_t packetId) {
-        putU16(packet.data(), 0);
-        putU16(packet.data() + 2, m_blockId);
-        putU32(packet.data() + 4, uint32_t(format) << 24 | (packetId & 0xFFFFFF));
-    };
-    auto next = std::chrono::steady_clock::now();
-    auto send = [&](size_t size) {
-        pace(next, size + kIpUdpOverhead, target.packetDelayNs);
-        if (::sendto(m_socket, packet.data(), size, 0, reinterpret_cast<sockaddr*>(&to),
-                     sizeof to) < 0) {
-            log("stream: send failed: %s", std::strerror(errno));
-            return false;
-        }
-        return true;
-    };
-
-    uint8_t* d = packet.data() + kGvspHeaderSize;
-    header(kGvspLeader, 0);
-    std::memset(d, 0, 36);
-    putU16(d + 2, kPayloadTypeImage);
-    putU64(d + 4, frame.timestampNs);
-    putU32(d + 12, pixelFormat);
-    putU32(d + 16, frame.width);
-    putU32(d + 20, frame.height);
-    if (!send(kGvspHeaderSize + 36))
+    to.sin_addr.s_addr = htonl(m_target.ip);
+    to.sin_port = htons(m_target.port);
+    if (::sendto(m_socket, packet.data(), packet.size(), 0, reinterpret_cast<sockaddr*>(&to),
+                 sizeof to) < 0) {
+        log("stream: send failed: %s", std::strerror(errno));
         return false;
-    uint32_t id = 1;
-    for (size_t offset = 0; offset < frame.pixels.size(); offset += chunk, ++id) {
-        const size_t n = std::min(chunk, frame.pixels.size() - offset);
-        header(kGvspPayload, id);
-        std::memcpy(d, frame.pixels.data() + offset, n);
-        if (!send(kGvspHeaderSize + n))
+    }
+    return true;
+}
+
+bool GvspStreamer::sendBlock(const Block& b)
+{
+    std::vector<uint8_t> packet;
+    auto next = std::chrono::steady_clock::now();
+    for (uint32_t id = 0; id < b.packets(); ++id) {
+        pace(next, b.chunk + kGvspHeaderSize + kIpUdpOverhead, m_target.packetDelayNs);
+        if (!sendPacket(b, id, 0, packet))
             return false;
     }
-    header(kGvspTrailer, id);
-    putU32(d, kPayloadTypeImage);
-    putU32(d + 4, frame.height);
-    return send(kGvspHeaderSize + 8);
+    return true;
+}
+
+void GvspStreamer::resend(uint16_t blockId, uint32_t first, uint32_t last)
+{
+    std::shared_ptr<const Block> b;
+    {
+        std::lock_guard<std::mutex> lock(m_recentMutex);
+        for (const auto& r : m_recent)
+            if (r->id == blockId)
+                b = r;
+    }
+    if (!b)
+        return;
+    std::vector<uint8_t> packet;
+    // Status 0x0100 marks a resent packet.
+    for (uint32_t id = first; id <= std::min(last, b->packets() - 1); ++id)
+        sendPacket(*b, id, 0x0100, packet);
 }
 
 } // namespace hvsim::gev

@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace hvsim::gev {
 
@@ -38,18 +39,34 @@ public:
 
     void start(const StreamTarget& target);
     void stop();
+    // Sends packets `first` to `last` of a recent block again, as a host
+    // that missed them asks (from the control channel's thread).
+    void resend(uint16_t blockId, uint32_t first, uint32_t last);
 
 private:
+    struct Block
+    {
+        uint16_t id = 0;
+        uint32_t pixelFormat = 0;
+        SimFrame frame;
+        size_t chunk = 0; // pixel bytes per payload packet
+        uint32_t packets() const { return uint32_t((frame.pixels.size() + chunk - 1) / chunk) + 2; }
+    };
+
     void run(StreamTarget target);
-    bool sendFrame(const StreamTarget& target, const SimFrame& frame, uint32_t pixelFormat);
+    bool sendBlock(const Block& block);
+    bool sendPacket(const Block& block, uint32_t id, uint16_t status, std::vector<uint8_t>& buffer);
     void pace(std::chrono::steady_clock::time_point& next, size_t bytes, uint32_t delayNs);
 
     std::shared_ptr<SimCamera> m_camera;
     int m_socket = -1;
     uint16_t m_sourcePort = 0;
     uint16_t m_blockId = 0;
+    StreamTarget m_target;
     std::thread m_thread;
-    std::mutex m_mutex;
+    std::mutex m_mutex;         // the thread's state
+    std::mutex m_recentMutex;   // m_recent, used by resend()
+    std::vector<std::shared_ptr<const Block>> m_recent; // the last blocks sent, for resends
     std::condition_variable m_wake;
     bool m_stopping = false;
 };

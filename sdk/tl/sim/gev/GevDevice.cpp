@@ -391,8 +391,9 @@ int64_t GevDevice::commandRemainingMs(const std::string& command)
         return 0;
     if (f->neverDone)
         return -1;
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(f->doneAt - Clock::now());
-    return std::max<int64_t>(0, left.count());
+    // Rounded up: the answer must not come before the command is done.
+    auto left = std::chrono::duration_cast<std::chrono::microseconds>(f->doneAt - Clock::now());
+    return left.count() > 0 ? (left.count() + 999) / 1000 : 0;
 }
 
 void GevDevice::shutdown()

@@ -23,7 +23,7 @@ protected:
         const std::string config = writeConfig("maps", R"({"cameras": [{"id": "MAP-1",
             "width": 1280, "height": 1024, "pixelFormat": "Mono12",
             "files": [{"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193},
-                      {"selector": "Notes", "kind": "plain"}]}]})");
+                      {"selector": "Notes", "kind": "plain"}])" + faults + "]}");
         gev = std::make_unique<GevProcess>("127.0.0.31", "MAP-1", state, config);
         ASSERT_TRUE(gev->ready);
         d = openDevice(gev->address);
@@ -99,6 +99,7 @@ protected:
         return bytes;
     }
 
+    std::string faults = "}";
     std::string state = testDir("maps-state");
     std::unique_ptr<GevProcess> gev;
     ArvDevice* d = nullptr;
@@ -145,4 +146,30 @@ TEST_F(MapRoundTrip, AFullMapIsStoredAndABadOneRefusedWithTheOldKept)
     EXPECT_FALSE(upload("ShadingMap0", bad));
     EXPECT_EQ(map, stored("ShadingMap0"));
     EXPECT_EQ(map, download("ShadingMap0"));
+}
+
+// A camera that drops off the bus mid-upload stops answering on the wire,
+// after exactly the chunks it was told to let through, and keeps its file.
+class DroppingCamera : public MapRoundTrip
+{
+public:
+    DroppingCamera() { faults = R"(, "faults": {"disconnectAfterChunks": 3}})"; }
+};
+
+TEST_F(DroppingCamera, StopsAnsweringMidUploadAndKeepsItsFile)
+{
+    const Bytes before = stored("ShadingMap0");
+    ASSERT_TRUE(open("ShadingMap0", "Write"));
+    const Bytes map = MapFileFormat::neutralShadingMap(8193, 1280, 1024);
+    int chunks = 0;
+    for (size_t at = 0; at < map.size(); at += size_t(chunk), ++chunks) {
+        arv_gc_register_set(buffer, map.data() + at, guint64(chunk), &e);
+        if (!operation("Write", gint64(at), chunk))
+            break;
+    }
+    EXPECT_EQ(3, chunks);
+    EXPECT_EQ(before, stored("ShadingMap0"));
+    RawHost host(gev->address);
+    host.send(0x0080, 1, RawHost::words({0x0A00}));
+    EXPECT_FALSE(host.receive(500).received);
 }

@@ -152,7 +152,11 @@ void SimCamera::buildDeviceFeatures()
     fs.add(intFeature("Width", m_config.width, m_config.width, m_config.width, Access::ReadOnly));
     fs.add(
         intFeature("Height", m_config.height, m_config.height, m_config.height, Access::ReadOnly));
-    fs.add(enumFeature("PixelFormat", {EnumEntry{m_config.pixelFormat, 0, {}}}));
+    // Entry values are the pixel format codes cameras use on the wire.
+    const int64_t format = m_config.pixelFormat == "Mono16"   ? 0x01100007
+                           : m_config.pixelFormat == "Mono12" ? 0x01100005
+                                                              : 0x01080001;
+    fs.add(enumFeature("PixelFormat", {EnumEntry{m_config.pixelFormat, format, {}}}, format));
     fs.add(floatFeature("ExposureTime", 5000.0, 10.0, 1000000.0));
     fs.add(floatFeature("Gain", 0.0, 0.0, 24.0));
     SimFeature reverse;

@@ -44,6 +44,25 @@ FileEntryConfig fileEntry(const json& j)
     return e;
 }
 
+WireFault wireFault(const json& j)
+{
+    WireFault w;
+    w.kind = j.at("fault").get<std::string>();
+    if (w.kind != "dropAck" && w.kind != "busy" && w.kind != "silent")
+        throw std::runtime_error("wire fault \"" + w.kind + "\" must be dropAck, busy or silent");
+    w.command = j.value("command", std::string("any"));
+    static const std::set<std::string> commands{"READREG", "WRITEREG", "READMEM", "WRITEMEM",
+                                                "any"};
+    if (!commands.count(w.command))
+        throw std::runtime_error("wire fault command \"" + w.command + "\" unknown");
+    w.feature = j.value("feature", std::string());
+    w.occurrence = j.value("nth", 1);
+    w.count = j.value("count", 1);
+    if (w.occurrence < 1 || w.count < 0)
+        throw std::runtime_error("wire fault nth must be 1 or more, count 0 or more");
+    return w;
+}
+
 FaultConfig faults(const json& j)
 {
     FaultConfig f;
@@ -71,6 +90,9 @@ FaultConfig faults(const json& j)
         }
     f.disconnectAfterChunks = j.value("disconnectAfterChunks", -1);
     f.failGetInterfaceType = j.value("failGetInterfaceType", false);
+    if (j.contains("wire"))
+        for (const auto& o : j.at("wire"))
+            f.wire.push_back(wireFault(o));
     return f;
 }
 

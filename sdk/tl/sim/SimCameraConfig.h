@@ -53,6 +53,19 @@ struct FailFeature
     int code = -13;
 };
 
+// A fault of the camera served as a GigE Vision device (orvex-sim-gev), on
+// the wire: it applies to the `occurrence`-th command (1-based, counted since
+// the device started) that matches `command` and `feature`, and to the
+// `count` - 1 matching ones after it (0: every one from then on).
+struct WireFault
+{
+    std::string kind;    // "dropAck", "busy" or "silent"
+    std::string command; // "READREG", "WRITEREG", "READMEM", "WRITEMEM" or "any"
+    std::string feature; // the feature whose register the command addresses; empty: any
+    int occurrence = 1;
+    int count = 1;
+};
+
 struct FaultConfig
 {
     std::map<std::string, int64_t> commandLatencyMs; // command name -> ms; < 0 never completes
@@ -60,6 +73,7 @@ struct FaultConfig
     std::vector<FailFeature> failFeatures;
     int disconnectAfterChunks = -1; // Read/Write chunks before the camera goes away
     bool failGetInterfaceType = false;
+    std::vector<WireFault> wire;
 };
 
 struct CameraConfig

@@ -120,9 +120,10 @@ public:
     {
         m_devices.push_back(DeviceInfo{"CAM-GEV-1", "fake-if-0", "Fake GigE 640", "Left eye",
                                        "GS-0001", HvAccessModeFull | HvAccessModeRead,
-                                       HvTransportLayerTypeGEV});
+                                       HvTransportLayerTypeGEV, "Fakery Inc.", "2.4.1"});
         m_devices.push_back(DeviceInfo{"CAM-U3V-2", "fake-if-1", "Fake USB 1280", "Busy one",
-                                       "US-0002", HvAccessModeRead, HvTransportLayerTypeU3V});
+                                       "US-0002", HvAccessModeRead, HvTransportLayerTypeU3V, "",
+                                       ""});
         m_interfaces = {{"fake-if-0", "Fake network card", HvTransportLayerTypeGEV},
                         {"fake-if-1", "Fake USB controller", HvTransportLayerTypeU3V}};
         m_interfaceFeatures.ints["InterfaceSpeed"] = {1000, HvFeatureFlagsRead};
@@ -197,7 +198,7 @@ public:
         if (hook == "plug") {
             m_devices.push_back(DeviceInfo{id, "fake-if-0", "Fake GigE 640",
                                            std::string("Plugged ") + id, std::string("SN-") + id,
-                                           HvAccessModeFull, HvTransportLayerTypeGEV});
+                                           HvAccessModeFull, HvTransportLayerTypeGEV, "", ""});
             if (arg && m_host)
                 m_host->DeviceArrived(m_devices.back());
         } else if (hook == "unplug") {

@@ -15,6 +15,9 @@
 #ifndef FAKE_TL_ID
 #define FAKE_TL_ID "fake"
 #endif
+#ifndef FAKE_TL_ON_REQUEST
+#define FAKE_TL_ON_REQUEST false
+#endif
 
 namespace {
 
@@ -138,6 +141,7 @@ public:
     std::string Name() override { return std::string("Fake transport layer ") + FAKE_TL_ID; }
     std::string Version() override { return "0.1"; }
     HvTransportLayerType Type() override { return HvTransportLayerTypeMixed; }
+    bool StartsOnRequestOnly() override { return FAKE_TL_ON_REQUEST; }
 
     HvErrorType Start(IModuleHost& host) override
     {
@@ -183,6 +187,24 @@ public:
         if ((known->permittedAccess & accessMode) == 0)
             return HvErrorInvalidAccess;
         device.reset(new FakeDevice);
+        return HvErrorSuccess;
+    }
+    // One camera answers at 10.0.0.7; it joins the list as a plugged-in one would.
+    HvErrorType AddDeviceByAddress(const std::string& address, DeviceInfo& device) override
+    {
+        if (address != "10.0.0.7")
+            return HvErrorNotFound;
+        device = DeviceInfo();
+        device.id = "CAM-ADDR-7";
+        device.interfaceId = "fake-if-0";
+        device.model = "Fake GigE 640";
+        device.name = "Far away";
+        device.serialNumber = "GS-0007";
+        device.permittedAccess = HvAccessModeFull;
+        device.type = HvTransportLayerTypeGEV;
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!Find(device.id))
+            m_devices.push_back(device);
         return HvErrorSuccess;
     }
     IFeatureMap* InterfaceFeatures(const std::string& interfaceId) override

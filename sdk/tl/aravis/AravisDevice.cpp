@@ -30,6 +30,29 @@ HvErrorType OpenGigE(uint32_t address, ArvDevice*& device)
     return TakeError(error, "open " + Ipv4Text(address));
 }
 
+// Whether Aravis describes the buffer's image; it does so only for a buffer
+// that arrived whole.
+bool HoldsImage(ArvBuffer* buffer)
+{
+    const ArvBufferPayloadType type = arv_buffer_get_payload_type(buffer);
+    return arv_buffer_get_status(buffer) == ARV_BUFFER_STATUS_SUCCESS &&
+           (type == ARV_BUFFER_PAYLOAD_TYPE_IMAGE ||
+            type == ARV_BUFFER_PAYLOAD_TYPE_EXTENDED_CHUNK_DATA ||
+            type == ARV_BUFFER_PAYLOAD_TYPE_MULTIPART) &&
+           arv_buffer_get_n_parts(buffer) > 0 &&
+           arv_buffer_get_part_data_type(buffer, 0) == ARV_BUFFER_PART_DATA_TYPE_2D_IMAGE;
+}
+
+int64_t IntegerOr(ArvDevice* device, const char* feature, int64_t fallback)
+{
+    GError* error = nullptr;
+    const int64_t value = arv_device_get_integer_feature_value(device, feature, &error);
+    if (error == nullptr)
+        return value;
+    g_error_free(error);
+    return fallback;
+}
+
 } // namespace
 
 HvFrameStatusType FrameStatus(int bufferStatus)
@@ -193,13 +216,25 @@ HvErrorType AravisDevice::AcquireFrame(uint32_t timeoutMs, Hvx::Tl::FrameData& f
             return HvErrorTimeout;
 
         frame.status = FrameStatus(arv_buffer_get_status(buffer));
-        frame.width = uint32_t(std::max(0, arv_buffer_get_image_width(buffer)));
-        frame.height = uint32_t(std::max(0, arv_buffer_get_image_height(buffer)));
-        frame.pixelFormat = HvPixelFormatType(arv_buffer_get_image_pixel_format(buffer));
         frame.frameId = arv_buffer_get_frame_id(buffer);
         frame.timestamp = arv_buffer_get_timestamp(buffer);
         size_t size = 0;
-        const auto* data = static_cast<const uint8_t*>(arv_buffer_get_image_data(buffer, &size));
+        const void* data = nullptr;
+        if (HoldsImage(buffer)) {
+            frame.width = uint32_t(std::max(0, arv_buffer_get_image_width(buffer)));
+            frame.height = uint32_t(std::max(0, arv_buffer_get_image_height(buffer)));
+            frame.pixelFormat = HvPixelFormatType(arv_buffer_get_image_pixel_format(buffer));
+            data = arv_buffer_get_image_data(buffer, &size);
+        } else {
+            // A damaged frame: the size and format asked for, with whatever
+            // arrived of it.
+            frame.width = uint32_t(IntegerOr(m_device, "Width", 0));
+            frame.height = uint32_t(IntegerOr(m_device, "Height", 0));
+            frame.pixelFormat = HvPixelFormatType(IntegerOr(m_device, "PixelFormat", 0));
+            data = arv_buffer_get_data(buffer, &size);
+            if (frame.status == HvFrameStatusComplete)
+                frame.status = HvFrameStatusInvalid;
+        }
         const size_t bytesPerPixel = (ARV_PIXEL_FORMAT_BIT_PER_PIXEL(frame.pixelFormat) + 7) / 8;
         const size_t expected = size_t(frame.width) * frame.height * bytesPerPixel;
         frame.image.assign(expected, 0);

@@ -225,20 +225,8 @@ void AravisModule::Round()
             sightings.push_back(sighting);
     }
     if (m_usbEnabled) {
-        for (const UsbDeniedDevice& denied : FindDeniedUsbVisionDevices()) {
-            Sighting sighting;
-            sighting.info.id = denied.serialNumber.empty()
-                                   ? "usb-" + denied.location
-                                   : DeviceId(denied.vendor, denied.model, denied.serialNumber);
-            sighting.info.interfaceId = kUsb3;
-            sighting.info.model = denied.model;
-            sighting.info.vendor = denied.vendor;
-            sighting.info.serialNumber = denied.serialNumber;
-            sighting.info.type = HvTransportLayerTypeU3V;
-            sighting.info.permittedAccess = HvAccessModeNone;
-            sighting.location.kind = DeviceLocation::Kind::Denied;
-            sightings.push_back(sighting);
-        }
+        for (const UsbDeniedDevice& denied : FindDeniedUsbVisionDevices())
+            sightings.push_back(SightingOf(denied));
     }
     Announce(m_directory->Merge(sightings));
     m_lastRound = std::chrono::steady_clock::now();

@@ -46,6 +46,23 @@ std::vector<UsbInterfaceCodes> InterfaceCodes(libusb_device* device)
 
 } // namespace
 
+Sighting SightingOf(const UsbDeniedDevice& device)
+{
+    Sighting sighting;
+    Hvx::Tl::DeviceInfo& info = sighting.info;
+    info.id = device.serialNumber.empty()
+                  ? "usb-" + device.location
+                  : DeviceId(device.vendor, device.model, device.serialNumber);
+    info.interfaceId = "USB3Vision";
+    info.model = device.model;
+    info.vendor = device.vendor;
+    info.serialNumber = device.serialNumber;
+    info.type = HvTransportLayerTypeU3V;
+    info.permittedAccess = HvAccessModeNone;
+    sighting.location.kind = DeviceLocation::Kind::Denied;
+    return sighting;
+}
+
 bool IsUsbVisionDevice(int deviceClass, int deviceSubclass, int deviceProtocol,
                        const std::vector<UsbInterfaceCodes>& interfaces)
 {

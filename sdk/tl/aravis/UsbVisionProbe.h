@@ -1,5 +1,7 @@
 #pragma once
 
+#include "DeviceDirectory.h"
+
 #include <string>
 #include <vector>
 
@@ -20,6 +22,10 @@ struct UsbDeniedDevice
 // libusb and returns those that libusb may not open. Empty when libusb
 // cannot start or no such device is plugged in.
 std::vector<UsbDeniedDevice> FindDeniedUsbVisionDevices();
+
+// How the module lists such a device: under the ID Aravis gives it once the
+// user may open it (where sysfs tells its strings), not accessible.
+Sighting SightingOf(const UsbDeniedDevice& device);
 
 // Whether a device with these codes is a USB3 Vision device: the
 // miscellaneous device class with an interface association, and an

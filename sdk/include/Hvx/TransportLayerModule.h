@@ -17,7 +17,9 @@
 // SOURCES ...) builds one into the default module folder.
 //
 // Life cycle: create -> Start(host) -> any calls -> Stop() -> delete. Open
-// devices are always destroyed before Stop().
+// devices are always destroyed before Stop(). A module of a kind the program
+// did not select (StartsOnRequestOnly) is created and deleted unstarted, so
+// its constructor must not reach any device.
 //
 // Threads: the core calls a module from many threads. Calls on one IDevice
 // (its own features, its streams' features, memory, frames) are serialised

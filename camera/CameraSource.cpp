@@ -32,14 +32,6 @@ bool parseCameraSource(const QString& text, CameraSource& source)
     return false;
 }
 
-QString cameraSourceName(CameraSource source)
-{
-    for (const Named& named : kSources)
-        if (named.source == source)
-            return QLatin1String(named.name);
-    return QString();
-}
-
 bool resolveCameraSource(const QString& commandLine, CameraSource fallback, CameraSource& source,
                          QString& error)
 {

@@ -15,7 +15,6 @@ enum class CameraSource
 
 // "simulated", "real" or "all"; false for anything else.
 bool parseCameraSource(const QString& text, CameraSource& source);
-QString cameraSourceName(CameraSource source);
 
 // The source a program runs with: the command line's value when given, else
 // the environment variable ORVEX_CAMERAS when set, else `fallback`. False

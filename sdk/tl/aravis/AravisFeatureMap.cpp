@@ -103,6 +103,19 @@ HvFeatureDataType AravisFeatureMap::TypeOfElement(const std::string& element)
     return HvFeatureDataUnknown;
 }
 
+template <typename Node>
+HvErrorType AravisFeatureMap::Typed(const std::string& name, GType type, const char* what,
+                                    const std::function<void(Node*, GError**)>& body)
+{
+    return WithNode(name, [&](ArvGcNode* node) {
+        if (!G_TYPE_CHECK_INSTANCE_TYPE(node, type))
+            return HvErrorType(HvErrorWrongType);
+        GError* error = nullptr;
+        body(reinterpret_cast<Node*>(node), &error);
+        return TakeError(error, std::string(what) + " " + name);
+    });
+}
+
 HvErrorType AravisFeatureMap::WithNode(const std::string& name,
                                        const std::function<HvErrorType(ArvGcNode*)>& body)
 {
@@ -162,13 +175,9 @@ HvErrorType AravisFeatureMap::GetFeatureInfo(const std::string& name, Hvx::Tl::F
 
 HvErrorType AravisFeatureMap::GetInt(const std::string& name, int64_t& value)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_INTEGER(node))
-            return HvErrorType(HvErrorWrongType);
-        GError* error = nullptr;
-        value = arv_gc_integer_get_value(ARV_GC_INTEGER(node), &error);
-        return TakeError(error, "get " + name);
-    });
+    return Typed<ArvGcInteger>(
+        name, ARV_TYPE_GC_INTEGER, "get",
+        [&](ArvGcInteger* node, GError** error) { value = arv_gc_integer_get_value(node, error); });
 }
 
 HvErrorType AravisFeatureMap::SetInt(const std::string& name, int64_t value)
@@ -195,75 +204,56 @@ HvErrorType AravisFeatureMap::SetInt(const std::string& name, int64_t value)
 HvErrorType AravisFeatureMap::GetIntRange(const std::string& name, int64_t& minimum,
                                           int64_t& maximum, int64_t& increment)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_INTEGER(node))
-            return HvErrorType(HvErrorWrongType);
-        ArvGcInteger* integer = ARV_GC_INTEGER(node);
-        GError* error = nullptr;
-        minimum = arv_gc_integer_get_min(integer, &error);
-        if (error == nullptr)
-            maximum = arv_gc_integer_get_max(integer, &error);
-        if (error == nullptr)
-            increment = arv_gc_integer_get_inc(integer, &error);
-        return TakeError(error, "range of " + name);
-    });
+    return Typed<ArvGcInteger>(name, ARV_TYPE_GC_INTEGER, "range of",
+                               [&](ArvGcInteger* node, GError** error) {
+                                   minimum = arv_gc_integer_get_min(node, error);
+                                   if (*error == nullptr)
+                                       maximum = arv_gc_integer_get_max(node, error);
+                                   if (*error == nullptr)
+                                       increment = arv_gc_integer_get_inc(node, error);
+                               });
 }
 
 HvErrorType AravisFeatureMap::GetFloat(const std::string& name, double& value)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_FLOAT(node))
-            return HvErrorType(HvErrorWrongType);
-        GError* error = nullptr;
-        value = arv_gc_float_get_value(ARV_GC_FLOAT(node), &error);
-        return TakeError(error, "get " + name);
+    return Typed<ArvGcFloat>(name, ARV_TYPE_GC_FLOAT, "get", [&](ArvGcFloat* node, GError** error) {
+        value = arv_gc_float_get_value(node, error);
     });
 }
 
 HvErrorType AravisFeatureMap::SetFloat(const std::string& name, double value)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_FLOAT(node))
-            return HvErrorType(HvErrorWrongType);
-        if (!std::isfinite(value))
-            return HvErrorType(HvErrorInvalidValue);
-        GError* error = nullptr;
-        arv_gc_float_set_value(ARV_GC_FLOAT(node), value, &error);
-        return TakeError(error, "set " + name + " to " + std::to_string(value));
+    if (!std::isfinite(value))
+        return HvErrorInvalidValue;
+    return Typed<ArvGcFloat>(name, ARV_TYPE_GC_FLOAT, "set", [&](ArvGcFloat* node, GError** error) {
+        arv_gc_float_set_value(node, value, error);
     });
 }
 
 HvErrorType AravisFeatureMap::GetFloatRange(const std::string& name, double& minimum,
                                             double& maximum, double& increment)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_FLOAT(node))
-            return HvErrorType(HvErrorWrongType);
-        ArvGcFloat* number = ARV_GC_FLOAT(node);
-        GError* error = nullptr;
-        minimum = arv_gc_float_get_min(number, &error);
-        if (error == nullptr)
-            maximum = arv_gc_float_get_max(number, &error);
-        if (error == nullptr)
-            increment = arv_gc_float_get_inc(number, &error);
-        // Aravis answers the smallest double for a value without increment.
-        if (error == nullptr && !(increment > 1e-300))
-            increment = 0.0;
-        return TakeError(error, "range of " + name);
-    });
+    return Typed<ArvGcFloat>(name, ARV_TYPE_GC_FLOAT, "range of",
+                             [&](ArvGcFloat* node, GError** error) {
+                                 minimum = arv_gc_float_get_min(node, error);
+                                 if (*error == nullptr)
+                                     maximum = arv_gc_float_get_max(node, error);
+                                 if (*error == nullptr)
+                                     increment = arv_gc_float_get_inc(node, error);
+                                 // Aravis answers the smallest double for a value
+                                 // without increment.
+                                 if (!(increment > 1e-300))
+                                     increment = 0.0;
+                             });
 }
 
 HvErrorType AravisFeatureMap::GetEnum(const std::string& name, std::string& entry)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_ENUMERATION(node))
-            return HvErrorType(HvErrorWrongType);
-        GError* error = nullptr;
-        const char* value = arv_gc_enumeration_get_string_value(ARV_GC_ENUMERATION(node), &error);
-        if (error == nullptr)
+    return Typed<ArvGcEnumeration>(
+        name, ARV_TYPE_GC_ENUMERATION, "get", [&](ArvGcEnumeration* node, GError** error) {
+            const char* value = arv_gc_enumeration_get_string_value(node, error);
             entry = value != nullptr ? value : "";
-        return TakeError(error, "get " + name);
-    });
+        });
 }
 
 HvErrorType AravisFeatureMap::GetEnumEntries(const std::string& name,
@@ -317,15 +307,11 @@ HvErrorType AravisFeatureMap::SetEnum(const std::string& name, const std::string
 
 HvErrorType AravisFeatureMap::GetString(const std::string& name, std::string& value)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_STRING(node))
-            return HvErrorType(HvErrorWrongType);
-        GError* error = nullptr;
-        const char* text = arv_gc_string_get_value(ARV_GC_STRING(node), &error);
-        if (error == nullptr)
-            value = text != nullptr ? text : "";
-        return TakeError(error, "get " + name);
-    });
+    return Typed<ArvGcString>(name, ARV_TYPE_GC_STRING, "get",
+                              [&](ArvGcString* node, GError** error) {
+                                  const char* text = arv_gc_string_get_value(node, error);
+                                  value = text != nullptr ? text : "";
+                              });
 }
 
 HvErrorType AravisFeatureMap::SetString(const std::string& name, const std::string& value)
@@ -350,24 +336,16 @@ HvErrorType AravisFeatureMap::SetString(const std::string& name, const std::stri
 
 HvErrorType AravisFeatureMap::GetBool(const std::string& name, bool& value)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_BOOLEAN(node))
-            return HvErrorType(HvErrorWrongType);
-        GError* error = nullptr;
-        value = arv_gc_boolean_get_value(ARV_GC_BOOLEAN(node), &error);
-        return TakeError(error, "get " + name);
-    });
+    return Typed<ArvGcBoolean>(
+        name, ARV_TYPE_GC_BOOLEAN, "get",
+        [&](ArvGcBoolean* node, GError** error) { value = arv_gc_boolean_get_value(node, error); });
 }
 
 HvErrorType AravisFeatureMap::SetBool(const std::string& name, bool value)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_BOOLEAN(node))
-            return HvErrorType(HvErrorWrongType);
-        GError* error = nullptr;
-        arv_gc_boolean_set_value(ARV_GC_BOOLEAN(node), value, &error);
-        return TakeError(error, "set " + name);
-    });
+    return Typed<ArvGcBoolean>(
+        name, ARV_TYPE_GC_BOOLEAN, "set",
+        [&](ArvGcBoolean* node, GError** error) { arv_gc_boolean_set_value(node, value, error); });
 }
 
 HvErrorType AravisFeatureMap::CommandDone(ArvGcNode* command, bool& done)
@@ -427,13 +405,10 @@ HvErrorType AravisFeatureMap::IsCommandDone(const std::string& name, bool& done)
 
 HvErrorType AravisFeatureMap::GetRegisterLength(const std::string& name, int64_t& length)
 {
-    return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_REGISTER(node))
-            return HvErrorType(HvErrorWrongType);
-        GError* error = nullptr;
-        length = int64_t(arv_gc_register_get_length(ARV_GC_REGISTER(node), &error));
-        return TakeError(error, "length of " + name);
-    });
+    return Typed<ArvGcRegister>(name, ARV_TYPE_GC_REGISTER, "length of",
+                                [&](ArvGcRegister* node, GError** error) {
+                                    length = int64_t(arv_gc_register_get_length(node, error));
+                                });
 }
 
 HvErrorType AravisFeatureMap::GetRegister(const std::string& name, uint8_t* buffer, size_t size)

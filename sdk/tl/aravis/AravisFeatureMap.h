@@ -55,6 +55,11 @@ private:
     // the device has no such feature.
     HvErrorType WithNode(const std::string& name,
                          const std::function<HvErrorType(ArvGcNode*)>& body);
+    // WithNode for a node of one GenICam type (HvErrorWrongType otherwise); an
+    // error `body` leaves is logged as "<what> <name>: ..." and mapped.
+    template <typename Node>
+    HvErrorType Typed(const std::string& name, GType type, const char* what,
+                      const std::function<void(Node*, GError**)>& body);
     HvErrorType CommandDone(ArvGcNode* command, bool& done);
 
     DeviceThread& m_thread;

@@ -106,6 +106,12 @@ CameraInfoMap CameraSession::findByAddress(const QString& address, QString* erro
     return m_controller->GetCameraInfo(camera);
 }
 
+QString CameraSession::serialNumber(const CameraInfoMap& camera)
+{
+    const QString serial = camera.value("Serial No.").toString();
+    return serial.isEmpty() ? camera.value("Extended ID").toString() : serial;
+}
+
 OxCamera* CameraSession::open(const CameraInfoMap& camera, QString* error)
 {
     const QString extendedId = camera.value("Extended ID").toString();

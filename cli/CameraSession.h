@@ -42,6 +42,10 @@ public:
     // The session closes it again on destruction.
     OxCamera* open(const CameraInfoMap& camera, QString* error);
 
+    // The camera's "Serial No.", or its extended ID when it reports none:
+    // what backups of its maps are kept under.
+    static QString serialNumber(const CameraInfoMap& camera);
+
     // The controller's error reports since the last call.
     QStringList takeErrors();
 

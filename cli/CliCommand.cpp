@@ -1,5 +1,6 @@
 #include "CliCommand.h"
 
+#include "BackupsCommand.h"
 #include "CamerasCommand.h"
 #include "DownloadCommand.h"
 #include "GenerateCommand.h"
@@ -27,6 +28,9 @@ const QList<CliCommand>& cliCommands()
         {"download",
          QCoreApplication::translate("orvex-nuc", "Read a camera's map entry into a file."),
          runDownloadCommand},
+        {"backups",
+         QCoreApplication::translate("orvex-nuc", "List the map backups kept of a camera."),
+         runBackupsCommand},
     };
     return commands;
 }

@@ -54,6 +54,9 @@ public slots:
     void OnCameraListReady(QVector<CameraInfoMap> list);
     void InitApiController();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private slots:
     void _onAutoRefreshToggled(int state);
     void _onCameraAdded(const CameraInfoMap& cameraInfo);
@@ -62,6 +65,10 @@ private slots:
 
 private:
     void buildControls();
+    bool canOpen(const QModelIndex& index) const;
+    // Puts why the camera row cannot be opened into the information label;
+    // false (label untouched) when it can be opened or is no camera row.
+    bool showOpenRefusal(const QModelIndex& index);
     void startSdk();
     // Waits for start-up and refreshes, then shuts the SDK down.
     void stopSdk();
@@ -93,4 +100,6 @@ private:
     quint64 m_latestRefresh = 0;
     int m_runningRefreshes = 0;
     int m_waitCursors = 0;
+    // The information label tells why a camera row cannot be opened.
+    bool m_showsRefusal = false;
 };

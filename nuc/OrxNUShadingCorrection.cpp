@@ -711,10 +711,12 @@ bool OrxNUShadingCorrection::LoadDopoMap(QString dir)
     }
     SetUserMap(ui->cmbShadingMapSelector->currentText());
     long bytesWritten = 0;
+    // A file the camera took only in part is a failed upload.
     const bool uploaded =
         camera != nullptr &&
         camera->UploadLocalFile(QFile::encodeName(fileName).constData(),
-                                QFile::encodeName(path).constData(), "Userfile", &bytesWritten);
+                                QFile::encodeName(path).constData(), "Userfile", &bytesWritten) &&
+        bytesWritten == QFileInfo(path).size();
     rememberMapDir(path);
     return uploaded;
 }

@@ -12,6 +12,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProgressDialog>
 #include <QtConcurrent>
 
@@ -54,10 +55,17 @@ void OrxNUShadingCorrection::initTranferProgress()
         // stays hidden until a transfer sets its first value.
         transferProgressDialog->cancel();
     }
-    // The camera reports from the transfer's pool thread: queued.
-    if (camera != nullptr)
+    // The camera reports from the transfer's pool thread: queued. Its
+    // reasons for a failure go to the log right away, before the worker's
+    // own line about the transfer.
+    if (camera != nullptr) {
         connect(camera, &OxCamera::updateTransferProcess, this,
                 &OrxNUShadingCorrection::progressBar_valueChanged, Qt::UniqueConnection);
+        connect(
+            camera, &OxCamera::fileAccessError, this,
+            [this](const QString& message) { emit sendLogMessage(message, LogError); },
+            Qt::DirectConnection);
+    }
 }
 
 void OrxNUShadingCorrection::progressBar_valueChanged(int64_t remaining, QString fileName,
@@ -167,8 +175,11 @@ void OrxNUShadingCorrection::on_btnUploadMapToCam_clicked()
         long written = 0;
         // The entry's text names both the device file and the selector value.
         const QByteArray file = name.toUtf8();
-        const bool ok = target != nullptr && target->UploadBuffer(bytesOf(image), file.constData(),
-                                                                  file.constData(), &written);
+        // A file the camera took only in part is a failed upload.
+        const bool ok =
+            target != nullptr &&
+            target->UploadBuffer(bytesOf(image), file.constData(), file.constData(), &written) &&
+            written == image.size();
         emit sendLogMessage(tr("Upload device file %1: %2 bytes written.")
                                 .arg(name + failedSuffix(ok))
                                 .arg(written),
@@ -185,9 +196,10 @@ bool OrxNUShadingCorrection::upload_dopo_map()
     OxCamera* target = camera;
     startFileTask(QStringLiteral("Upload"), [this, target, image, fileName] {
         long written = 0;
-        const bool ok =
-            target != nullptr && target->UploadBuffer(bytesOf(image), fileName.toUtf8().constData(),
-                                                      "Userfile", &written);
+        const bool ok = target != nullptr &&
+                        target->UploadBuffer(bytesOf(image), fileName.toUtf8().constData(),
+                                             "Userfile", &written) &&
+                        written == image.size();
         emit sendLogMessage(tr("Upload device file %1: %2 bytes written.")
                                 .arg(fileName + failedSuffix(ok))
                                 .arg(written),
@@ -234,7 +246,8 @@ void OrxNUShadingCorrection::on_btnUploadLocalMap_clicked()
         const bool ok =
             target != nullptr &&
             target->UploadLocalFile(file.constData(), QFile::encodeName(path).constData(),
-                                    file.constData(), &written);
+                                    file.constData(), &written) &&
+            written == QFileInfo(path).size();
         emit sendLogMessage(tr("Upload Local Map '%1'%2: %3 bytes written.")
                                 .arg(name, failedSuffix(ok))
                                 .arg(written),

@@ -105,10 +105,16 @@ void accumulateRgb32(const u8* q, u8* r, float* mean, const u8* p, size pixels, 
 } // namespace plain
 
 // What the series call: the best vectorised set when mode is +1 or -1 and n is
-// within FastCountLimit, the plain loop otherwise.
+// within FastCountLimit, the plain loop otherwise. The vectorised loops of
+// these and of the four below are spread over the processor's threads where
+// that is faster (NucParallel), with the same result.
 void accumulate16(u16* q, u16* r, float* mean, const u16* p, size pixels, i32 n, i32 mode);
 void accumulate8(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n, i32 mode);
 void accumulateRgb32(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n, i32 mode);
+// The best set's start16, sumStart16 and sumAdd16.
+void start16(u16* q, u16* r, float* mean, const u16* p, size pixels);
+void sumStart16(u32* sums, const u16* p, size pixels);
+void sumAdd16(u32* sums, const u16* p, size pixels);
 
 // Subtracts dark from mean in place and returns the sum of the results as the
 // plain loop (double, index order) would: from the lane sums when every partial

@@ -320,6 +320,19 @@ private slots:
             run.out.contains("Offset code:    min 0  max 63  mean 29.000  at 0: 1  at 63: 1\n"));
         run = orvexNuc({"info", "--depth", "16", tmp.filePath("float.map")});
         QVERIFY(run.out.contains("Offset code:    min 0  max 5  mean 2.000  at 0: 1  at 63: 0\n"));
+        QVERIFY(!run.out.contains("Warning"));
+
+        // A map that cannot be what the operator wanted says why, in plain words.
+        const float high[2] = {20.0f, 30.0f}, low[2] = {0.5f, 0.9f};
+        QVERIFY(writeFile(tmp.filePath("bad.map"), NucFloatMap::encode(2, 1, high, low)));
+        run = orvexNuc({"info", tmp.filePath("bad.map")});
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY2(run.out.endsWith(
+                     "Warning:        the dark level is above what the map can subtract: check "
+                     "the dark images or the target offset\n"
+                     "Warning:        100.0 % of the gain codes are 0: the target gain is below 1, "
+                     "or the dark and bright images are swapped\n"),
+                 qPrintable(run.out));
 
         QVERIFY(writeFile(tmp.filePath("short.map"), map.left(20)));
         run = orvexNuc({"info", tmp.filePath("short.map")});

@@ -1,13 +1,15 @@
 // Image file bytes loaded into both series as the panel and `orvex-nuc
 // generate` load them, then a map generated, packed and saved (the same file
 // from the command-line tool's sums of 16-bit series), and the image taken out
-// of the dark series again.
+// of the dark series again. The fast PNG decoder is held to Qt's plug-in on
+// every input.
 #include "FuzzCheck.h"
 #include "NucImageInput.h"
 #include "NucLimits.h"
 #include "NucMapFile.h"
 #include "NucMapGeneration.h"
 #include "NucMapPacking.h"
+#include "NucPngDecoder.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -53,6 +55,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         quint64(declared.width()) * quint64(declared.height()) > (1u << 20)) {
         QFile::remove(path);
         return 0;
+    }
+
+    // The fast PNG decoder takes only files that Qt's plug-in reads, and gives
+    // the image Qt gives.
+    QImage fast;
+    if (NucPngDecoder::decode(path, &fast)) {
+        QImage qt = QImageReader(path).read();
+        if (qt.format() == QImage::Format_Grayscale8)
+            qt = NucImageInput::toIndexedGrey(qt);
+        FUZZ_CHECK(!qt.isNull() && qt.format() == fast.format() && qt == fast &&
+                   qt.dotsPerMeterX() == fast.dotsPerMeterX() &&
+                   qt.dotsPerMeterY() == fast.dotsPerMeterY());
     }
 
     NucImageInput input;

@@ -101,30 +101,38 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QStringList>("darkList");
         QTest::addColumn<QStringList>("brightList");
+        QTest::addColumn<QString>("log"); // why, as the log's error line says it
 
         const QString d16 = file("d16.png"), p8 = file("p8.png");
         QTest::newRow("unreadable")
             << QStringList{file("notes.png")} << QStringList() << int(ScriptedDialogs::Critical)
-            << file("notes.png") + ": failed!" << QStringList() << QStringList();
+            << file("notes.png") + ": failed!" << QStringList() << QStringList()
+            << file("notes.png") + ": cannot read the image: Unsupported image format";
         QTest::newRow("unsupported format")
             << QStringList{file("alpha.png")} << QStringList() << int(ScriptedDialogs::Information)
-            << file("alpha.png") + ": image format not supported!" << QStringList()
-            << QStringList();
+            << file("alpha.png") + ": image format not supported!" << QStringList() << QStringList()
+            << file("alpha.png") + ": its pixel format (32 bits per pixel) is none the series "
+                                   "take: 8-bit grey or palette, 16-bit grey, 32-bit RGB";
         QTest::newRow("16-bit after 8-bit")
             << QStringList{p8} << QStringList{d16} << int(ScriptedDialogs::Critical)
-            << d16 + ": failed!" << QStringList{p8} << QStringList();
+            << d16 + ": failed!" << QStringList{p8} << QStringList()
+            << d16 + ": its depth is 16 bits, the series' images have 8 bits";
         QTest::newRow("RGB after 8-bit")
             << QStringList{p8, file("rgb.png")} << QStringList() << int(ScriptedDialogs::Critical)
-            << file("rgb.png") + ": failed!" << QStringList{p8} << QStringList();
+            << file("rgb.png") + ": failed!" << QStringList{p8} << QStringList()
+            << file("rgb.png") + ": its depth is 32 bits, the series' images have 8 bits";
         QTest::newRow("size differs from the other list")
             << QStringList{p8} << QStringList{file("wide8.png")}
             << int(ScriptedDialogs::Information) << file("wide8.png") + ": incompatible image!"
-            << QStringList{p8} << QStringList();
+            << QStringList{p8} << QStringList()
+            << file("wide8.png") + ": it is 6 x 2 pixels, the series' images are 4 x 2";
         QTest::newRow("second of three unsupported")
             << QStringList{p8, file("alpha.png"), file("g8.png")} << QStringList()
             << int(ScriptedDialogs::Information)
             << file("alpha.png") + ": image format not supported!"
-            << QStringList{p8, file("g8.png")} << QStringList();
+            << QStringList{p8, file("g8.png")} << QStringList()
+            << file("alpha.png") + ": its pixel format (32 bits per pixel) is none the series "
+                                   "take: 8-bit grey or palette, 16-bit grey, 32-bit RGB";
     }
 
     void refusedFiles()
@@ -135,9 +143,11 @@ private slots:
         QFETCH(QString, text);
         QFETCH(QStringList, darkList);
         QFETCH(QStringList, brightList);
+        QFETCH(QString, log);
 
         ScriptedDialogs dialogs;
         PanelUnderTest panel;
+        QSignalSpy logged(&panel, &OrxNUShadingCorrection::sendLogMessage);
         add(panel, dialogs, 1, dark);
         if (!bright.isEmpty())
             add(panel, dialogs, 2, bright);
@@ -152,6 +162,9 @@ private slots:
         QCOMPARE(boxes[0].text, text);
         QCOMPARE(listTexts(panel, "listDarkImagePath"), darkList);
         QCOMPARE(listTexts(panel, "listBrightImagePath"), brightList);
+        QCOMPARE(logged.size(), 1);
+        QCOMPARE(logged[0][0].toString(), log);
+        QCOMPARE(logged[0][1].value<LogType>(), LogError);
     }
 
     void addDialogAndDepthAtConstruction()

@@ -163,7 +163,10 @@ private slots:
             camera("USER-1", 64, 32, kUserMaps),
             camera("LOCK-1", 64, 32, R"({"tlParamsLocked": true})"), camera("BIG-1", 640, 512),
             camera("TWO-1", 300, 200), faultCamera(), camera("RESET-1", 64, 32),
-            camera("RAW-1", 300, 200), camera("CUT-1", 312, 192), camera("TINY-1", 16, 8)});
+            camera("RAW-1", 300, 200), camera("CUT-1", 312, 192), camera("TINY-1", 16, 8),
+            // A camera that stores whatever arrives, checking no map.
+            camera("PART-1", 64, 32, R"({"files": [{"selector": "ShadingMap0", "chunkId": 8193},
+                {"selector": "ShadingMap1", "chunkId": 8196}]})")});
         QVERIFY(sim->ok());
         // A close that never completes is given up after one poll.
         qputenv("ORVEX_FILE_CLOSE_WAIT_MS", "100");
@@ -183,18 +186,27 @@ private slots:
     {
         QTest::addColumn<QString>("id");
         QTest::addColumn<int>("answer");
-        QTest::newRow("yes") << "GEN-1" << int(QMessageBox::Yes);
-        QTest::newRow("no") << "NO-1" << int(QMessageBox::No);
+        QTest::addColumn<QString>("faults");
+        QTest::addColumn<int>("kept"); // bytes of the 4128-byte map the camera keeps
+        QTest::newRow("yes") << "GEN-1" << int(QMessageBox::Yes) << "{}" << 4128;
+        QTest::newRow("no") << "NO-1" << int(QMessageBox::No) << "{}" << 0;
+        // The camera closes the file it took only in part: no success.
+        QTest::newRow("camera keeps part of it")
+            << "PART-1" << int(QMessageBox::Yes)
+            << R"({"failOperations": [{"operation": "Write", "bytes": 4000}]})" << 4000;
     }
 
     void uploadGeneratedMap()
     {
         QFETCH(QString, id);
         QFETCH(int, answer);
+        QFETCH(QString, faults);
+        QFETCH(int, kept);
         const QByteArray plainId = id.toLatin1();
         ScriptedDialogs dialogs;
         Panel panel;
         QVERIFY(bind(panel, dialogs, plainId, 64, 32));
+        QCOMPARE(sim->control().SetFaults(plainId.constData(), faults.toStdString()), 0);
         panel.selector()->setCurrentIndex(1);
         panel.button("btnGenerateMap")->click(); // for the entry's map id
         const QByteArray map = savedBin(panel, dialogs);
@@ -217,12 +229,17 @@ private slots:
             QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), factory);
         } else {
             QCOMPARE(panel.transferButtons(), (QList<bool>{false, false, false}));
-            QVERIFY(
-                finished(panel, dialogs, "Upload Generated Map task has been successfully done."));
-            QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), map);
-            QCOMPARE(log.size(), 1);
-            QCOMPARE(log[0][0].toString(),
-                     QString("Upload device file ShadingMap1: 4128 bytes written."));
+            // A map the camera kept only in part is no success, and the log says why.
+            const bool whole = kept == map.size();
+            QVERIFY(finished(panel, dialogs,
+                             whole ? "Upload Generated Map task has been successfully done."
+                                   : "Upload Generated Map Error occurs during File Access."));
+            QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), map.left(kept));
+            QCOMPARE(log.size(), whole ? 1 : 2);
+            QCOMPARE(log.last()[0].toString(), QString("Upload device file ShadingMap1%1: %2 bytes "
+                                                       "written.")
+                                                   .arg(whole ? "" : " failed")
+                                                   .arg(kept));
             QCOMPARE(panel.transferButtons(), buttons);
         }
         unbind(panel);
@@ -368,6 +385,7 @@ private slots:
         QTest::addColumn<QString>("faults");
         QTest::addColumn<int>("partial"); // download: bytes left in the local file
         QTest::addColumn<bool>("dropsOff");
+        QTest::addColumn<QString>("reason"); // logged before the transfer's own line
 
         // The map file is 655392 bytes: ten chunks of 65536 and one of 32.
         const int chunk = 65536, size = 655392;
@@ -377,6 +395,7 @@ private slots:
             const char* upload;   // faults for an upload (%1: the operation
             const char* download; // of a chunk, "Write" or "Read")
             int partial;
+            const char* reason = nullptr; // the camera layer's log line (%1 as above)
         } steps[] = {
             {"open", R"({"failOperations": [{"operation": "Open"}]})", nullptr, 0},
             {"first chunk", R"({"failOperations": [{"operation": "%1", "chunk": 1}]})", nullptr, 0},
@@ -393,6 +412,20 @@ private slots:
             {"no command completes", R"({"commandLatencyMs": {"FileOperationExecute": -1}})",
              nullptr, 0},
             {"camera drops off", R"({"disconnectAfterChunks": 3})", nullptr, 3 * chunk},
+            // The camera's execute succeeds; only its report tells.
+            {"chunk fails in its status",
+             R"({"failOperations": [{"operation": "%1", "chunk": 6, "statusOnly": true}]})",
+             nullptr, 5 * chunk,
+             "File Access %1 of ShadingMap0 at byte 327680 failed: the camera reports "
+             "\"Failure\"."},
+            {"chunk moves fewer bytes",
+             R"({"failOperations": [{"operation": "%1", "chunk": 6, "bytes": 1000}]})", nullptr,
+             5 * chunk,
+             "File Access %1 of ShadingMap0 at byte 327680 failed: the camera moved 1000 of "
+             "65536 bytes."},
+            {"close fails in its status",
+             R"({"failOperations": [{"operation": "Close", "statusOnly": true}]})", nullptr, size,
+             "File Access Close of ShadingMap0 failed: the camera reports \"Failure\"."},
         };
         for (const auto& step : steps)
             for (const char* transfer :
@@ -403,7 +436,8 @@ private slots:
                         .replace("%1", download ? "Read" : "Write");
                 QTest::addRow("%s, %s", transfer + 3, step.step)
                     << transfer << faults << (download ? step.partial : -1)
-                    << QByteArray(step.step).startsWith("camera drops");
+                    << QByteArray(step.step).startsWith("camera drops")
+                    << QString(step.reason).replace("%1", download ? "Read" : "Write");
             }
     }
 
@@ -413,6 +447,7 @@ private slots:
         QFETCH(QString, faults);
         QFETCH(int, partial);
         QFETCH(bool, dropsOff);
+        QFETCH(QString, reason);
         const char* id = "FAULT-1";
         ScriptedDialogs dialogs;
         Panel panel;
@@ -451,6 +486,8 @@ private slots:
         for (const QList<QVariant>& line : log)
             told << QString("%1 %2").arg(line[1].toInt()).arg(line[0].toString());
         QStringList expected;
+        if (!reason.isEmpty())
+            expected << "2 " + reason;
         if (transfer == "btnUploadMapToCam")
             expected << "2 Upload device file ShadingMap0 failed: 0 bytes written.";
         else if (transfer == "btnUploadLocalMap")

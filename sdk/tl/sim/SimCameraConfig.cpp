@@ -57,6 +57,8 @@ FaultConfig faults(const json& j)
             op.occurrence = o.value("chunk", 0);
             op.code = o.value("code", -13);
             op.hang = o.value("hang", false);
+            op.statusOnly = o.value("statusOnly", false);
+            op.bytes = o.value("bytes", int64_t(-1));
             f.failOperations.push_back(op);
         }
     if (j.contains("failFeatures"))
@@ -159,7 +161,13 @@ CameraConfig camera(const json& j)
         throw std::runtime_error("pixel format of " + c.id + " not supported");
     c.heldByOtherApplication = j.value("heldByOtherApplication", false);
     c.hasFilename = j.value("hasFilename", true);
+    c.fileAccessMaxLength = j.value("fileAccessMaxLength", c.fileAccessMaxLength);
+    if (c.fileAccessMaxLength < 1 || c.fileAccessMaxLength > 65536)
+        throw std::runtime_error("fileAccessMaxLength of " + c.id + " must be 1 to 65536");
     c.fileAccessLengthWritable = j.value("fileAccessLengthWritable", true);
+    c.fileAccessPadding = j.value("fileAccessPadding", false);
+    c.hasFileOperationStatus = j.value("fileOperationStatus", true);
+    c.fileAccessWhileAcquiring = j.value("fileAccessWhileAcquiring", false);
     if (j.contains("files"))
         for (const auto& f : j.at("files"))
             c.files.push_back(fileEntry(f));

@@ -39,6 +39,11 @@ struct FailOperation
     int occurrence = 0;    // 1-based chunk (Read/Write since the file was opened) or call; 0: every
     int code = -13;
     bool hang = false; // taken on but never completed and never carried out, instead of failing
+    // The execute succeeds and the failure shows only in "FileOperationStatus".
+    bool statusOnly = false;
+    // >= 0: a Read or Write that moves only this many bytes and reports
+    // success with that count, instead of failing.
+    int64_t bytes = -1;
 };
 
 struct FailFeature
@@ -73,7 +78,17 @@ struct CameraConfig
     std::string pixelFormat = "Mono8"; // "Mono8", "Mono12", "Mono16"
     bool heldByOtherApplication = false;
     bool hasFilename = true;
+    // "FileAccessLength" runs from 1 to this; "FileAccessBuffer" holds as many bytes.
+    int64_t fileAccessMaxLength = 65536;
+    // Read-only: the length stays at its maximum.
     bool fileAccessLengthWritable = true;
+    // With a read-only length: every Write takes the whole length, zeros
+    // after what the host put into the buffer (a map entry keeps the size
+    // its header gives). Without: as many bytes as the host put in.
+    bool fileAccessPadding = false;
+    bool hasFileOperationStatus = true;
+    // Else every File Access operation is refused while the camera acquires.
+    bool fileAccessWhileAcquiring = false;
     std::vector<FileEntryConfig> files;
     int nucUserMaps = 0;         // "NucControl" user map entries and "nucControl"
     bool shadingControl = false; // "Shading_Control", "Shading_MapSelect" and their registers

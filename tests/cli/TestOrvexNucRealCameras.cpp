@@ -58,57 +58,43 @@ private slots:
         qunsetenv("HVX_ARAVIS_INTERFACES");
     }
 
+    // Which cameras a run lists, or the usage error it ends with.
     void source_data()
     {
         QTest::addColumn<QStringList>("options");
         QTest::addColumn<QString>("environment");
         QTest::addColumn<QStringList>("listed");
-        QTest::newRow("default") << QStringList() << QString() << QStringList{"sim::*"};
+        QTest::addColumn<QString>("error");
+        const QString usage = "orvex-nuc: unknown camera source '%1' in %2 (use simulated, real "
+                              "or all)\nTry 'orvex-nuc --help'.\n";
+        const QStringList sim{"sim::*"}, real{kFake};
+        QTest::newRow("default") << QStringList() << QString() << sim << QString();
         QTest::newRow("simulated")
-            << QStringList{"--cameras", "simulated"} << QString() << QStringList{"sim::*"};
-        QTest::newRow("real") << QStringList{"--cameras", "real"} << QString()
-                              << QStringList{kFake};
+            << QStringList{"--cameras", "simulated"} << QString() << sim << QString();
+        QTest::newRow("real") << QStringList{"--cameras", "real"} << QString() << real << QString();
         QTest::newRow("all") << QStringList{"--cameras", "all"} << QString()
-                             << QStringList{kFake, "sim::*"};
-        QTest::newRow("environment") << QStringList() << "real" << QStringList{kFake};
+                             << QStringList{kFake, "sim::*"} << QString();
+        QTest::newRow("environment") << QStringList() << "real" << real << QString();
         QTest::newRow("option over environment")
-            << QStringList{"--cameras", "simulated"} << "real" << QStringList{"sim::*"};
+            << QStringList{"--cameras", "simulated"} << "real" << sim << QString();
+        QTest::newRow("unknown option") << QStringList{"--cameras", "usb"} << QString()
+                                        << QStringList() << usage.arg("usb", "--cameras");
+        QTest::newRow("unknown environment") << QStringList() << "Real" << QStringList()
+                                             << usage.arg("Real", "ORVEX_CAMERAS");
     }
     void source()
     {
         QFETCH(QStringList, options);
         QFETCH(QString, environment);
         QFETCH(QStringList, listed);
-        if (!environment.isEmpty())
-            qputenv("ORVEX_CAMERAS", environment.toUtf8());
+        QFETCH(QString, error);
+        qputenv("ORVEX_CAMERAS", environment.toUtf8());
         const CliRun run = orvexNuc(options + QStringList{"cameras", "--all", "--json"});
-        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.exitCode, error.isEmpty() ? 0 : 2);
+        QCOMPARE(run.err, error);
         QStringList ids = listedIds(run);
         ids.sort();
         QCOMPARE(ids, listed);
-    }
-
-    void unknownSource_data()
-    {
-        QTest::addColumn<QStringList>("options");
-        QTest::addColumn<QString>("environment");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("option") << QStringList{"--cameras", "usb"} << QString()
-                                << "orvex-nuc: unknown camera source 'usb' in --cameras (use "
-                                   "simulated, real or all)\n";
-        QTest::newRow("environment") << QStringList() << "Real"
-                                     << "orvex-nuc: unknown camera source 'Real' in "
-                                        "ORVEX_CAMERAS (use simulated, real or all)\n";
-    }
-    void unknownSource()
-    {
-        QFETCH(QStringList, options);
-        QFETCH(QString, environment);
-        QFETCH(QString, error);
-        qputenv("ORVEX_CAMERAS", environment.toUtf8());
-        const CliRun run = orvexNuc(options + QStringList{"cameras"});
-        QCOMPARE(run.exitCode, 2);
-        QCOMPARE(run.err, error + "Try 'orvex-nuc --help'.\n");
     }
 
     // Without discovery, the camera is reached by unicast at its address.

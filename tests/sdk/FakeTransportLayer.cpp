@@ -123,7 +123,7 @@ public:
     {
         m_devices.push_back(DeviceInfo{"CAM-GEV-1", "fake-if-0", "Fake GigE 640", "Left eye",
                                        "GS-0001", HvAccessModeFull | HvAccessModeRead,
-                                       HvTransportLayerTypeGEV, "Fakery Inc.", "2.4.1"});
+                                       HvTransportLayerTypeGEV, "", ""});
         m_devices.push_back(DeviceInfo{"CAM-U3V-2", "fake-if-1", "Fake USB 1280", "Busy one",
                                        "US-0002", HvAccessModeRead, HvTransportLayerTypeU3V, "",
                                        ""});

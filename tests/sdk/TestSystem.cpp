@@ -247,18 +247,6 @@ TEST_F(HvSystemListing, CameraIdentity)
     EXPECT_EQ(HvTransportLayerType(HvTransportLayerTypeU3V), type);
 }
 
-TEST_F(HvSystemListing, VendorAndFirmwareWhereTheModuleKnowsThem)
-{
-    const Hvx::CameraPtr known = Camera("CAM-GEV-1");
-    const Hvx::CameraPtr unknown = Camera("CAM-U3V-2");
-    ASSERT_TRUE(known && unknown);
-    EXPECT_EQ("Fakery Inc.",
-              Text([&](char* b, unsigned int& l) { return known->GetVendor(b, l); }));
-    EXPECT_EQ("2.4.1",
-              Text([&](char* b, unsigned int& l) { return known->GetFirmwareVersion(b, l); }));
-    EXPECT_EQ("", Text([&](char* b, unsigned int& l) { return unknown->GetVendor(b, l); }));
-}
-
 TEST_F(HvSystemListing, CameraByAddressJoinsTheListAndIsAnnounced)
 {
     auto recorder = std::make_shared<Recorder>();

@@ -1,8 +1,8 @@
 #pragma once
 
 // What the tests of the Aravis transport layer share: the SDK started with
-// that module alone on chosen Aravis interfaces, feature values as text, and
-// Aravis's own fake GigE Vision camera as a separate process.
+// that module alone on chosen Aravis interfaces, and Aravis's own fake GigE
+// Vision camera as a separate process.
 
 #include "../SdkTestSupport.h"
 
@@ -54,55 +54,6 @@ public:
 private:
     bool m_started = false;
 };
-
-// A feature's value as text, whatever its type ("" when it cannot be read).
-inline std::string Value(Hvx::Feature& feature)
-{
-    HvFeatureDataType type = 0;
-    feature.GetDataType(type);
-    switch (type) {
-    case HvFeatureDataInt: {
-        int64_t value = 0;
-        return feature.GetIntValue(value) == HvErrorSuccess ? std::to_string(value) : "";
-    }
-    case HvFeatureDataFloat: {
-        double value = 0;
-        return feature.GetFloatValue(value) == HvErrorSuccess ? std::to_string(value) : "";
-    }
-    case HvFeatureDataBool: {
-        bool value = false;
-        return feature.GetBoolValue(value) == HvErrorSuccess ? (value ? "1" : "0") : "";
-    }
-    case HvFeatureDataEnum:
-        return SdkTest::Text([&](char* b, unsigned int& l) { return feature.GetEnumValue(b, l); });
-    case HvFeatureDataString:
-        return SdkTest::Text(
-            [&](char* b, unsigned int& l) { return feature.GetStringValue(b, l); });
-    default:
-        return "";
-    }
-}
-
-// Sets a feature from text by its type.
-inline HvErrorType SetValue(Hvx::Feature& feature, const std::string& text)
-{
-    HvFeatureDataType type = 0;
-    feature.GetDataType(type);
-    switch (type) {
-    case HvFeatureDataInt:
-        return feature.SetIntValue(std::stoll(text));
-    case HvFeatureDataFloat:
-        return feature.SetFloatValue(std::stod(text));
-    case HvFeatureDataBool:
-        return feature.SetBoolValue(text == "1");
-    case HvFeatureDataEnum:
-        return feature.SetEnumValue(text.c_str());
-    case HvFeatureDataString:
-        return feature.SetStringValue(text.c_str());
-    default:
-        return HvErrorWrongType;
-    }
-}
 
 // Aravis's fake GigE Vision camera, a process of its own listening on one
 // loopback address (which must be an address of an interface: inside the

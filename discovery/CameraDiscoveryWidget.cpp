@@ -107,6 +107,14 @@ CameraDiscoveryWidget::CameraDiscoveryWidget(QWidget* parent) : QWidget(parent)
 
 CameraDiscoveryWidget::~CameraDiscoveryWidget()
 {
+    stopSdk();
+    // Wait cursors pushed for tasks whose results will never arrive.
+    while (m_waitCursors > 0)
+        restoreCursor();
+}
+
+void CameraDiscoveryWidget::stopSdk()
+{
     m_startup.waitForFinished();
     for (QFuture<QVector<CameraInfoMap>>& refresh : m_refreshes)
         refresh.waitForFinished();
@@ -115,9 +123,21 @@ CameraDiscoveryWidget::~CameraDiscoveryWidget()
     if (m_controller)
         m_controller->enableAutomaticDiscovery(false);
     Hvx::HvSystem::GetInstance().Shutdown();
-    // Wait cursors pushed for tasks whose results will never arrive.
-    while (m_waitCursors > 0)
-        restoreCursor();
+}
+
+void CameraDiscoveryWidget::RestartSdk()
+{
+    stopSdk();
+    if (m_controller) {
+        m_controller->disconnect(this);
+        m_controller->disconnect(m_model);
+        m_controller.reset();
+    }
+    // Lists still on their way come from the SDK that just stopped.
+    ++m_latestRefresh;
+    m_model->Init({});
+    Update_lblRefreshInfo();
+    startSdk();
 }
 
 void CameraDiscoveryWidget::setWaitCursor()

@@ -34,6 +34,9 @@ public:
     ~CameraDiscoveryWidget() override;
 
     std::shared_ptr<ApiController> GetApiController() const;
+    // Shuts the camera SDK down and starts it again, e.g. with other transport
+    // layers selected; a new controller follows. No camera may be open.
+    void RestartSdk();
     void Update_lblRefreshInfo();
 
 signals:
@@ -67,6 +70,8 @@ private:
     // false (label untouched) when it can be opened or is no camera row.
     bool showOpenRefusal(const QModelIndex& index);
     void startSdk();
+    // Waits for start-up and refreshes, then shuts the SDK down.
+    void stopSdk();
     // The wait cursor marks start-up and running refreshes; counted so that
     // the widget never restores a cursor it did not set.
     void setWaitCursor();

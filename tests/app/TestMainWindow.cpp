@@ -113,7 +113,9 @@ private slots:
         QStringList views;
         for (QAction* action : window.menuBar()->actions().at(0)->menu()->actions())
             views << action->text();
-        QCOMPARE(views, (QStringList{"Camera List", "Log View", "NUC Assistant"}));
+        QCOMPARE(views, (QStringList{"Camera List", "Log View", "NUC Assistant", "",
+                                     "Real Cameras (GigE Vision, USB3 Vision)",
+                                     "Add Camera by Address…"}));
 
         QAction* about = window.menuBar()->actions().at(1)->menu()->actions().at(0);
         about->trigger();

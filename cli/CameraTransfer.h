@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CameraMapEntry.h"
+#include "OxMapEntry.h"
 
 #include <QCommandLineOption>
 #include <QString>
@@ -32,7 +32,7 @@ public:
     bool open();
     OxCamera* camera() const { return m_camera; }
     QString extendedId() const { return m_extendedId; }
-    const CameraMapEntry& entry() const { return m_entry; }
+    const OxMapEntry& entry() const { return m_entry; }
 
     // Reports a failure of the command and returns ExitFailed.
     int fail(const QString& text) const;
@@ -48,5 +48,5 @@ private:
     std::unique_ptr<CameraSession> m_session;
     OxCamera* m_camera = nullptr;
     QString m_extendedId;
-    CameraMapEntry m_entry;
+    OxMapEntry m_entry;
 };

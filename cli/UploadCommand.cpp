@@ -21,11 +21,11 @@ QString tr(const char* text)
 
 // Map entries take only their own kind of file; the camera would refuse any
 // other only after the whole transfer.
-QString wrongKind(const CameraMapEntry& entry, const QString& path, const QByteArray& data)
+QString wrongKind(const OxMapEntry& entry, const QString& path, const QByteArray& data)
 {
-    if (entry.kind == CameraMapEntry::Kind::DeviceFile)
+    if (entry.kind == OxMapEntry::Kind::DeviceFile)
         return QString();
-    const bool wantBin = entry.kind == CameraMapEntry::Kind::ShadingMap;
+    const bool wantBin = entry.kind == OxMapEntry::Kind::ShadingMap;
     NucMapFile::Info info;
     QString error;
     const bool parsed = NucMapFile::parse(data, &info, &error);
@@ -61,7 +61,7 @@ int runUploadCommand(const QStringList& arguments)
 
     if (!transfer.open())
         return ExitFailed;
-    const CameraMapEntry& entry = transfer.entry();
+    const OxMapEntry& entry = transfer.entry();
     const QString kindError = wrongKind(entry, transfer.file(), data);
     if (!kindError.isEmpty())
         return transfer.fail(kindError);

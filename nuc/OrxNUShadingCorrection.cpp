@@ -9,7 +9,7 @@
 #include "OrxSettings.h"
 #include "OxCamera.h"
 #include "OxFeatureContainer.h"
-#include "SdkText.h"
+#include "OxMapEntry.h"
 #include "ui_OrxNUShadingCorrection.h"
 
 #include <QApplication>
@@ -46,17 +46,7 @@ bool isShadingMapId(qint64 id)
 
 QStringList entryNames(OxFeatureContainer* features, const char* name)
 {
-    std::vector<Hvx::EnumEntry> entries;
-    QStringList names;
-    if (features == nullptr || !features->GetSubFeatures(name, &entries))
-        return names;
-    for (const Hvx::EnumEntry& entry : entries) {
-        QString text;
-        if (ReadSdkText([&entry](char* b, unsigned int& l) { return entry.GetName(b, l); }, text) ==
-            HvErrorSuccess)
-            names << text;
-    }
-    return names;
+    return features != nullptr ? features->GetEntryNames(name) : QStringList();
 }
 
 class WaitCursor
@@ -164,12 +154,8 @@ void OrxNUShadingCorrection::addUserMapEntries()
         hasNucControl = false;
         return;
     }
-    int k = 0;
-    for (const QString& entry : entries) {
-        if (!entry.contains(QStringLiteral("NucUserMap")))
-            continue;
-        ui->cmbShadingMapSelector->addItem(entry, QStringLiteral("nuc_usermap%1.ge3").arg(k++));
-    }
+    for (const OxMapEntry& entry : OxMapEntry::userMaps(entries))
+        ui->cmbShadingMapSelector->addItem(entry.name, entry.fileName);
     ui->targetUserMapFileWidget->show();
     hasNucControl = true;
 }

@@ -3,6 +3,7 @@
 #include "NucFloatMap.h"
 #include "NucMapFile.h"
 #include "NucMapPacking.h"
+#include "NucMapPipeline.h"
 #include "NucTargets.h"
 #include "OrxDialogs.h"
 #include "OrxPixmapLabel.h"
@@ -485,14 +486,14 @@ bool OrxNUShadingCorrection::create_shading_map()
 {
     if (!noMapSelector)
         mapId = ui->cmbShadingMapSelector->currentData(ChunkIdRole).toInt();
-    return input.createShadingMap(targetGain(), targetOffset(), false);
+    return NucMapPipeline::generate(input, targetGain(), targetOffset(), false);
 }
 
 bool OrxNUShadingCorrection::create_shading_map16()
 {
     if (!noMapSelector)
         mapId = ui->cmbShadingMapSelector->currentData(ChunkIdRole).toInt();
-    return input.createShadingMap(targetGain(), targetOffset(), true);
+    return NucMapPipeline::generate(input, targetGain(), targetOffset(), true);
 }
 
 void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
@@ -522,7 +523,7 @@ void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
         ui->btnUploadMapToCam->setEnabled(!locked);
         OrxDialogs::instance().information(this, title, tr("Generate map successful!"));
     } else {
-        OrxDialogs::instance().critical(this, title, NucImageInput::generationFailedText());
+        OrxDialogs::instance().critical(this, title, NucMapPipeline::generationFailedText());
     }
 }
 
@@ -546,17 +547,19 @@ void OrxNUShadingCorrection::getBinMap(unsigned short* out)
                              out);
 }
 
+NucMapPipeline::FileSpec OrxNUShadingCorrection::mapFileSpec(NucMapFile::Kind kind) const
+{
+    return {kind, quint32(mapId),
+            NucMapPacking::swapsWords(noMapSelector, hasNucControl, endianess)};
+}
+
 bool OrxNUShadingCorrection::SaveMap(QString const& path)
 {
-    QList<QByteArray> content;
-    if (!noMapSelector) {
-        QVector<quint16> words(int(input.brightParams.width * input.brightParams.height), 0);
-        getBinMap(words.data());
-        content << NucMapFile::binFile(quint32(mapId), input.brightParams.width,
-                                       input.brightParams.height, words);
-    }
     // Without map entries there is nothing to save into; the file is still
     // created, empty.
+    const QByteArray content =
+        noMapSelector ? QByteArray()
+                      : NucMapPipeline::fileImage(input, mapFileSpec(NucMapFile::Kind::Bin));
     const NucMapFile::SaveResult result = NucMapFile::save(path, content);
     if (result == NucMapFile::SaveResult::OpenFailed) {
         emit sendLogMessage(tr("Save Map: unable to open file '%1'").arg(path), LogError);
@@ -654,11 +657,8 @@ bool OrxNUShadingCorrection::SaveDopoMap(QString dir)
     const QString path =
         dir + "//" + ui->cmbShadingMapSelector->currentData(UserMapFileRole).toString();
 
-    QVector<quint16> words(int(input.brightParams.width * input.brightParams.height), 0);
-    getBinMap(words.data());
-    const NucMapFile::SaveResult result =
-        NucMapFile::save(path, NucMapFile::userMapFileParts(input.brightParams.width,
-                                                            input.brightParams.height, words));
+    const NucMapFile::SaveResult result = NucMapFile::save(
+        path, NucMapPipeline::fileImage(input, mapFileSpec(NucMapFile::Kind::UserMap)));
     if (result == NucMapFile::SaveResult::OpenFailed)
         return false;
     rememberMapDir(path);

@@ -2,6 +2,7 @@
 
 #include "LogType.h"
 #include "NucImageInput.h"
+#include "NucMapPipeline.h"
 
 #include <QFutureWatcher>
 #include <QImage>
@@ -162,7 +163,8 @@ private:
     // Runs a transfer on the global thread pool under the watcher, with the
     // transfer buttons off until it ends.
     void startFileTask(const QString& name, std::function<bool()> work);
-    QVector<quint16> generatedMapWords();
+    // How the map of the series goes into a file of the kind for this camera.
+    NucMapPipeline::FileSpec mapFileSpec(NucMapFile::Kind kind) const;
 
     Ui::OrxNUShadingCorrection* ui;
 };

@@ -1,8 +1,8 @@
 // The panel's map transfers between host and camera: the generated map, a
 // local map file and a download, all by File Access on a pool thread; the raw
 // memory path and the User Set offer that follows it; the progress dialog.
-#include "NucMapFile.h"
 #include "NucMapPacking.h"
+#include "NucMapPipeline.h"
 #include "OrxDialogs.h"
 #include "OrxNUShadingCorrection.h"
 #include "OrxSettings.h"
@@ -128,13 +128,6 @@ void OrxNUShadingCorrection::startFileTask(const QString& name, std::function<bo
     fileTaskWatcher.setFuture(QtConcurrent::run(std::move(work)));
 }
 
-QVector<quint16> OrxNUShadingCorrection::generatedMapWords()
-{
-    QVector<quint16> words(int(input.brightParams.width * input.brightParams.height), 0);
-    getBinMap(words.data());
-    return words;
-}
-
 void OrxNUShadingCorrection::on_btnUploadMapToCam_clicked()
 {
     if (isParamlocked()) {
@@ -160,8 +153,7 @@ void OrxNUShadingCorrection::on_btnUploadMapToCam_clicked()
             QMessageBox::Yes | QMessageBox::No) != QMessageBox::Yes)
         return;
 
-    const QByteArray image = NucMapFile::binFile(quint32(mapId), input.brightParams.width,
-                                                 input.brightParams.height, generatedMapWords());
+    const QByteArray image = NucMapPipeline::fileImage(input, mapFileSpec(NucMapFile::Kind::Bin));
     OxCamera* target = camera;
     startFileTask(QStringLiteral("Upload Generated Map"), [this, target, image, name] {
         long written = 0;
@@ -180,8 +172,8 @@ void OrxNUShadingCorrection::on_btnUploadMapToCam_clicked()
 bool OrxNUShadingCorrection::upload_dopo_map()
 {
     const QString fileName = ui->cmbShadingMapSelector->currentData(Qt::UserRole).toString();
-    const QByteArray image = NucMapFile::userMapFile(
-        input.brightParams.width, input.brightParams.height, generatedMapWords());
+    const QByteArray image =
+        NucMapPipeline::fileImage(input, mapFileSpec(NucMapFile::Kind::UserMap));
     OxCamera* target = camera;
     startFileTask(QStringLiteral("Upload"), [this, target, image, fileName] {
         long written = 0;

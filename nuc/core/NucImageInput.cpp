@@ -1,7 +1,6 @@
 #include "NucImageInput.h"
 
 #include "NucLargeBuffer.h"
-#include "NucMapGeneration.h"
 #include "NucLimits.h"
 
 #include <QtEndian>
@@ -234,32 +233,6 @@ bool NucImageInput::canGenerate(Message* message) const
     if (message)
         *message = result;
     return result.kind == Message::None;
-}
-
-bool NucImageInput::createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit)
-{
-    // The targets on both series, the dark map by the depth's rules, then the
-    // gain map; with fewer passes over the pixels than calling those steps.
-    return NucMapGeneration::generate(darkParams, brightParams, targetGain, targetOffset,
-                                      sixteenBit);
-}
-
-QString NucImageInput::generationFailedText()
-{
-    return tr("Generate map failed!");
-}
-
-bool NucImageInput::generateMap(float targetGain, quint16 targetOffset, Message* message)
-{
-    if (!canGenerate(message))
-        return false;
-    if (!createShadingMap(targetGain, targetOffset,
-                          darkMean.format() == QImage::Format_Grayscale16)) {
-        if (message)
-            *message = {Message::Critical, generationFailedText(), QString()};
-        return false;
-    }
-    return true;
 }
 
 void NucImageInput::reset()

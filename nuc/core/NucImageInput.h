@@ -72,13 +72,6 @@ public:
     // kept as sums) before a map can be made; otherwise returns false and says
     // which one is missing.
     bool canGenerate(Message* message = nullptr) const;
-    // Derives the offset map from the dark series (by the 8-bit or the 16-bit
-    // rules) and the gain map from the bright one.
-    bool createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit);
-    // canGenerate, then createShadingMap with the 16-bit rules exactly when the
-    // dark mean image is 16-bit. On failure returns false with the reason.
-    bool generateMap(float targetGain, quint16 targetOffset, Message* message = nullptr);
-    static QString generationFailedText();
 
     // Empties both series and mean images and releases size and depth.
     void reset();
@@ -93,7 +86,7 @@ public:
     // Set before the first image by a caller that never removes an image nor
     // shows a mean (the command-line tool): 16-bit images then go into these
     // exact sums instead of the series and mean images above, and the map is
-    // made from them (NucMapGeneration::binFileFromSums). 8-bit images, whose
+    // made from them (NucMapPipeline::makeFile). 8-bit images, whose
     // series depend on the order of the images, still go to the series.
     bool sumsOnly = false;
     NucSeriesSum darkSum;

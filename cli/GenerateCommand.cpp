@@ -47,13 +47,13 @@ QStringList expandPaths(const QStringList& paths)
 struct PlannedImage
 {
     QString path;
-    int which;
+    NucImageInput::Series which;
     int position; // 1-based within its series
     int total;
     bool repeated;
 };
 
-void planSeries(QList<PlannedImage>& plan, const QStringList& files, int which)
+void planSeries(QList<PlannedImage>& plan, const QStringList& files, NucImageInput::Series which)
 {
     QStringList added;
     for (int i = 0; i < files.size(); ++i) {

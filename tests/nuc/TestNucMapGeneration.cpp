@@ -272,12 +272,10 @@ private slots:
                 QVERIFY(words == expectedWords);
                 QCOMPARE(sum32, expectedSum32);
 
-                std::vector<float> packedGains(n);
                 std::vector<u16> fusedWords(n);
                 const u32 fusedSum32 =
-                    set.gainPack(packedGains.data(), fusedWords.data(), mean.data(), offsets.data(),
-                                 n, target, 4.0f, 1024, 64, depth == 16);
-                QVERIFY(sameBits(packedGains.data(), expectedGains.data(), n));
+                    set.gainPackOnly(fusedWords.data(), mean.data(), offsets.data(), n, target,
+                                     4.0f, 1024, 64, depth == 16);
                 u32 expectedFused = 0;
                 for (size i = 0; i < n; ++i) {
                     const u16 w = u16(NucMapPacking::gainCode(expectedGains[i], 1024) |

@@ -377,7 +377,7 @@ void OrxNUShadingCorrection::setEndianess(bool value)
 void OrxNUShadingCorrection::getBinMap(unsigned short* out)
 {
     NucMapPacking::getBinMap(input.darkParams, input.brightParams, input.bitDepth,
-                             model.fileSpec(NucMapFile::Kind::Bin).swapWords, out);
+                             model.swapsWords(), out);
 }
 
 bool OrxNUShadingCorrection::SaveMap(QString const& path)

@@ -14,6 +14,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace {
 
 QString tr(const char* text)
@@ -177,10 +179,14 @@ bool NucPanelModel::setUserMap(const QString& name)
     return true;
 }
 
+bool NucPanelModel::swapsWords() const
+{
+    return NucMapPacking::swapsWords(m_noMapSelector, m_hasNucControl, m_endianess);
+}
+
 NucMapPipeline::FileSpec NucPanelModel::fileSpec(NucMapFile::Kind kind) const
 {
-    return {kind, quint32(m_mapId),
-            NucMapPacking::swapsWords(m_noMapSelector, m_hasNucControl, m_endianess)};
+    return {kind, quint32(m_mapId), swapsWords()};
 }
 
 bool NucPanelModel::saveMap(const QString& path)

@@ -77,6 +77,9 @@ public:
     // position + 5, and it becomes current. False when no slot is so called.
     bool setUserMap(const QString& name);
 
+    // Map words are byte-swapped for a big-endian camera without map slots
+    // and user maps only.
+    bool swapsWords() const;
     // Map files of the series' map, for this camera.
     NucMapPipeline::FileSpec fileSpec(NucMapFile::Kind kind) const;
     // Writes the .bin; the file stays empty without shading map slots.

@@ -195,8 +195,7 @@ private slots:
         QTEST(b.model.endianess(), "bigEndian");
         // Map words are byte-swapped only for a big-endian camera without
         // map slots and user maps.
-        QCOMPARE(b.model.fileSpec(NucMapFile::Kind::Bin).swapWords,
-                 expected.isEmpty() && b.model.endianess());
+        QCOMPARE(b.model.swapsWords(), expected.isEmpty() && b.model.endianess());
         QCOMPARE(b.model.fileAccessAvailable(), !expected.isEmpty());
         QCOMPARE(b.model.current(), expected.isEmpty() ? -1 : 0);
 

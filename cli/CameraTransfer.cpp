@@ -85,8 +85,8 @@ bool CameraTransfer::open()
     }
 
     QStringList names;
-    const QList<CameraMapEntry> entries = CameraMapEntry::list(*m_camera->GetFeatureContainer());
-    for (const CameraMapEntry& entry : entries) {
+    const QList<OxMapEntry> entries = OxMapEntry::list(*m_camera->GetFeatureContainer());
+    for (const OxMapEntry& entry : entries) {
         if (entry.name == m_entryName) {
             m_entry = entry;
             break;

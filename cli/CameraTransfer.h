@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CameraMapEntry.h"
+#include "OxMapEntry.h"
 
 #include <QCommandLineOption>
 #include <QString>
@@ -37,7 +37,7 @@ public:
     OxCamera* camera() const { return m_camera; }
     QString extendedId() const { return m_extendedId; }
     QString serialNumber() const { return m_serialNumber; }
-    const CameraMapEntry& entry() const { return m_entry; }
+    const OxMapEntry& entry() const { return m_entry; }
 
     // Reports a failure of the command and returns ExitFailed.
     int fail(const QString& text) const;
@@ -54,5 +54,5 @@ private:
     OxCamera* m_camera = nullptr;
     QString m_extendedId;
     QString m_serialNumber;
-    CameraMapEntry m_entry;
+    OxMapEntry m_entry;
 };

@@ -24,11 +24,11 @@ QString tr(const char* text)
 
 // Map entries take only their own kind of file; the camera would refuse any
 // other only after the whole transfer.
-QString wrongKind(const CameraMapEntry& entry, const QString& path, const QByteArray& data)
+QString wrongKind(const OxMapEntry& entry, const QString& path, const QByteArray& data)
 {
-    if (entry.kind == CameraMapEntry::Kind::DeviceFile)
+    if (entry.kind == OxMapEntry::Kind::DeviceFile)
         return QString();
-    const bool wantBin = entry.kind == CameraMapEntry::Kind::ShadingMap;
+    const bool wantBin = entry.kind == OxMapEntry::Kind::ShadingMap;
     NucMapFile::Info info;
     QString error;
     const bool parsed = NucMapFile::parse(data, &info, &error);
@@ -47,7 +47,7 @@ QString wrongKind(const CameraMapEntry& entry, const QString& path, const QByteA
 // upload replaces it; the backup's path, or empty with the reason in *error.
 QString backUp(const CameraTransfer& transfer, QString* error)
 {
-    const CameraMapEntry& entry = transfer.entry();
+    const OxMapEntry& entry = transfer.entry();
     auto download = [&](const QString& path, QString* why) {
         long read = 0;
         if (transfer.camera()->DownloadDeviceFile(QFile::encodeName(path).constData(),
@@ -59,7 +59,7 @@ QString backUp(const CameraTransfer& transfer, QString* error)
                    .arg(read);
         return false;
     };
-    const QString extension = entry.kind == CameraMapEntry::Kind::UserMap ? "ge3" : "bin";
+    const QString extension = entry.kind == OxMapEntry::Kind::UserMap ? "ge3" : "bin";
     return NucMapBackups().take(transfer.serialNumber(), entry.name, extension, download, error);
 }
 
@@ -89,7 +89,7 @@ int runUploadCommand(const QStringList& arguments)
 
     if (!transfer.open())
         return ExitFailed;
-    const CameraMapEntry& entry = transfer.entry();
+    const OxMapEntry& entry = transfer.entry();
     const QString kindError = wrongKind(entry, transfer.file(), data);
     if (!kindError.isEmpty())
         return transfer.fail(kindError);

@@ -118,25 +118,25 @@ QImage NucImageInput::firstMeanImage(const QImage& image, int bitDepth)
     return first;
 }
 
-NUShadingParams* NucImageInput::series(int which)
+NUShadingParams* NucImageInput::series(Series which)
 {
-    return which == Dark ? &darkParams : which == Bright ? &brightParams : nullptr;
+    return which == Dark ? &darkParams : &brightParams;
 }
 
-QImage* NucImageInput::meanImage(int which)
+QImage* NucImageInput::meanImage(Series which)
 {
-    return which == Dark ? &darkMean : which == Bright ? &brightMean : nullptr;
+    return which == Dark ? &darkMean : &brightMean;
 }
 
-bool NucImageInput::loadImagefromFile(const QString& path, int which, Message* message)
+bool NucImageInput::loadImagefromFile(const QString& path, Series which, Message* message)
 {
     QString error;
     QImage image = loadImage(path, &error);
     return addLoadedImage(path, std::move(image), which, message, error);
 }
 
-bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which, Message* message,
-                                   const QString& loadError)
+bool NucImageInput::addLoadedImage(const QString& path, QImage image, Series which,
+                                   Message* message, const QString& loadError)
 {
     auto refuse = [message](Message::Kind kind, const QString& text,
                             const QString& detail = QString()) {
@@ -182,8 +182,6 @@ bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which,
 
     NUShadingParams* params = series(which);
     QImage* mean = meanImage(which);
-    if (!params)
-        return refuse(Message::Critical, tr("Failed!"));
 
     bool updated = false;
     if (sumsOnly && bitDepth == 16) {
@@ -203,12 +201,10 @@ bool NucImageInput::addLoadedImage(const QString& path, QImage image, int which,
     return true;
 }
 
-void NucImageInput::deleteImagefromParams(const QString& path, int which)
+void NucImageInput::deleteImagefromParams(const QString& path, Series which)
 {
     NUShadingParams* params = series(which);
     QImage* mean = meanImage(which);
-    if (!params)
-        return;
     QImage image = loadImage(path);
     if (image.isNull())
         return;
@@ -227,10 +223,10 @@ void NucImageInput::deleteImagefromParams(const QString& path, int which)
         bitDepth = 0;
 }
 
-bool NucImageInput::releaseIfEmpty(int which)
+bool NucImageInput::releaseIfEmpty(Series which)
 {
     NUShadingParams* params = series(which);
-    if (!params || params->count != 0)
+    if (params->count != 0)
         return false;
     params->clear();
     *meanImage(which) = QImage();
@@ -254,32 +250,6 @@ bool NucImageInput::canGenerate(Message* message) const
     if (message)
         *message = result;
     return result.kind == Message::None;
-}
-
-bool NucImageInput::createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit)
-{
-    // The targets on both series, the dark map by the depth's rules, then the
-    // gain map; with fewer passes over the pixels than calling those steps.
-    return NucMapGeneration::generate(darkParams, brightParams, targetGain, targetOffset,
-                                      sixteenBit);
-}
-
-QString NucImageInput::generationFailedText()
-{
-    return tr("Generate map failed!");
-}
-
-bool NucImageInput::generateMap(float targetGain, quint16 targetOffset, Message* message)
-{
-    if (!canGenerate(message))
-        return false;
-    if (!createShadingMap(targetGain, targetOffset,
-                          darkMean.format() == QImage::Format_Grayscale16)) {
-        if (message)
-            *message = {Message::Critical, generationFailedText(), QString()};
-        return false;
-    }
-    return true;
 }
 
 void NucImageInput::reset()

@@ -106,9 +106,9 @@ QList<qint64> remainingValues(const QSignalSpy& spy, const QString& operation)
 }
 
 // An opened simulated camera wrapped for the test.
-struct Fixture : SimCamera
+struct Fixture : OpenedSimCamera
 {
-    explicit Fixture(const QJsonObject& camera) : SimCamera(kCam, camera) {}
+    explicit Fixture(const QJsonObject& camera) : OpenedSimCamera(kCam, camera) {}
     OxCamera& camera() { return *wrapper; }
 };
 

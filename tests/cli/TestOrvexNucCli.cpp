@@ -1,8 +1,14 @@
 #include "NucFloatMap.h"
-#include "PanelUnderTest.h"
+#include "OrxNUShadingCorrection.h"
+#include "OxCamera.h"
+#include "PanelCameras.h"
 #include "ScriptedDialogs.h"
+#include "SimSession.h"
 #include "TestImages.h"
 
+#include <Hvx/Camera.h>
+
+#include <QComboBox>
 #include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
@@ -35,6 +41,7 @@ class TestOrvexNucCli : public QObject
     Q_OBJECT
 
     QTemporaryDir tmp;
+    std::unique_ptr<SimSession> sim;
 
     // Writes three dark and three bright images of one kind into folders.
     bool writeSeries(const QString& kind, QString* darkDir, QString* brightDir)
@@ -80,17 +87,21 @@ class TestOrvexNucCli : public QObject
         return files;
     }
 
-    // What the panel writes for the same images, targets and map entry.
-    static QByteArray panelSave(const QString& darkDir, const QString& brightDir,
-                                const QString& gain, const QString& offset, int mapId, bool userMap,
-                                const QString& outDir)
+    // What the panel writes for the same images, targets and map entry (map
+    // id 8193 or 8196, or a user map).
+    QByteArray panelSave(const QString& darkDir, const QString& brightDir, const QString& gain,
+                         const QString& offset, int mapId, bool userMap, const QString& outDir)
     {
         ScriptedDialogs dialogs;
-        PanelUnderTest panel(mapId);
+        OrxNUShadingCorrection panel;
+        const char* id = userMap ? "CLI-USER" : "CLI-BIN";
+        Hvx::CameraPtr camera = sim->openCamera(id);
+        if (!camera || !panel.Init(new OxCamera(camera, nullptr)))
+            return QByteArray();
+        if (!userMap)
+            panel.findChild<QComboBox*>("cmbShadingMapSelector")->setCurrentIndex(mapId == 8196);
         panel.findChild<QLineEdit*>("TargetGainEdit")->setText(gain);
         panel.findChild<QLineEdit*>("TargetOffsetEdit")->setText(offset);
-        if (userMap)
-            panel.addUserMapEntry("NucUserMap0", 0);
         dialogs.answer(filesIn(darkDir));
         panel.findChild<QPushButton*>("btnAddDarkImage")->click();
         dialogs.answer(filesIn(brightDir));
@@ -98,13 +109,23 @@ class TestOrvexNucCli : public QObject
         panel.findChild<QPushButton*>("btnGenerateMap")->click();
         dialogs.answer(userMap ? outDir : outDir + "/panel");
         panel.findChild<QPushButton*>("btnSaveMapToFile")->click();
+        panel.Reset();
+        camera->Close();
         if (dialogs.calls.last().text != "Save to file successful!")
             return QByteArray();
         return readFile(userMap ? outDir + "/nuc_usermap0.ge3" : outDir + "/panel.bin");
     }
 
 private slots:
-    void initTestCase() { QVERIFY(tmp.isValid()); }
+    void initTestCase()
+    {
+        QVERIFY(tmp.isValid());
+        sim = std::make_unique<SimSession>(
+            QJsonArray{panelCamera("CLI-BIN"), panelCamera("CLI-USER", 64, 32, kUserMaps)});
+        QVERIFY(sim->ok());
+    }
+
+    void cleanupTestCase() { sim.reset(); }
 
     void sameBytesAsPanel_data()
     {

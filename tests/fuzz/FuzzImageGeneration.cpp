@@ -7,8 +7,8 @@
 #include "NucImageInput.h"
 #include "NucLimits.h"
 #include "NucMapFile.h"
-#include "NucMapGeneration.h"
 #include "NucMapPacking.h"
+#include "NucMapPipeline.h"
 #include "NucPngDecoder.h"
 
 #include <QCoreApplication>
@@ -83,11 +83,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FUZZ_CHECK(input.darkParams.count == 1);
     FUZZ_CHECK(input.loadImagefromFile(path, NucImageInput::Bright, &message));
 
-    FUZZ_CHECK(input.generateMap(1.1f, 16, &message));
+    FUZZ_CHECK(NucMapPipeline::generate(input, 1.1f, 16, input.bitDepth == 16));
     const QVector<quint16> words =
         NucMapPacking::packedMap(input.darkParams, input.brightParams, input.bitDepth, false);
     FUZZ_CHECK(quint32(words.size()) == input.pixelCount);
-    const QByteArray file = NucMapFile::binFile(8193, input.width, input.height, words);
+    const QByteArray file = NucMapPipeline::fileImage(input, {});
     NucMapFile::Info info;
     FUZZ_CHECK(NucMapFile::parse(file, &info, nullptr) && info.checksumHolds &&
                info.words == words);
@@ -99,8 +99,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                sums.loadImagefromFile(path, NucImageInput::Bright));
     if (sums.bitDepth == 16) {
         QByteArray fromSums;
-        FUZZ_CHECK(NucMapGeneration::binFileFromSums(sums.darkSum, sums.brightSum, 1.1f, 16, 8193,
-                                                     &fromSums));
+        FUZZ_CHECK(NucMapPipeline::makeFile(sums, 1.1f, 16, {}, &fromSums));
         FUZZ_CHECK(fromSums == file);
     }
 

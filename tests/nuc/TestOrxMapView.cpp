@@ -4,6 +4,7 @@
 #include "NucImageInput.h"
 #include "NucMapFile.h"
 #include "NucMapPacking.h"
+#include "NucMapPipeline.h"
 #include "OrxCodePlots.h"
 #include "OrxMapView.h"
 #include "TestFiles.h"
@@ -30,7 +31,8 @@ Generated generate(const QImage& dark, const QImage& bright, float targetGain)
     NucImageInput input;
     input.addLoadedImage("dark", dark, NucImageInput::Dark);
     input.addLoadedImage("bright", bright, NucImageInput::Bright);
-    if (!input.generateMap(targetGain, 16))
+    if (!NucMapPipeline::generate(input, targetGain, 16,
+                                  input.darkMean.format() == QImage::Format_Grayscale16))
         return {};
     return {NucMapPacking::packedMap(input.darkParams, input.brightParams, input.bitDepth, false),
             input.brightMean};

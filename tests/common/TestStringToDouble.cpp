@@ -2,7 +2,7 @@
 
 #include <QtTest>
 
-// Built against the widget-free number library alone, as the camera layer uses it.
+// Built against the shared bottom library alone, as the camera layer uses it.
 class TestStringToDouble : public QObject
 {
     Q_OBJECT

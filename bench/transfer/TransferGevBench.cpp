@@ -32,8 +32,8 @@ const char* const Address = "127.0.0.2";
 QString writeConfiguration(const QTemporaryDir& dir)
 {
     QJsonObject slot{{"selector", "ShadingMap0"}, {"kind", "shadingMap"}, {"chunkId", int(MapId)}};
-    QJsonObject camera{{"id", "BENCH-GEV-1"}, {"serial", "BENCH-GEV-1"},
-                       {"width", Width},      {"height", Height},
+    QJsonObject camera{{"id", "BENCH-GEV-1"},     {"serial", "BENCH-GEV-1"},
+                       {"width", Width},          {"height", Height},
                        {"pixelFormat", "Mono12"}, {"files", QJsonArray{slot}}};
     QFile file(dir.filePath("sim.json"));
     if (!file.open(QIODevice::WriteOnly))
@@ -58,9 +58,9 @@ double transfer(OxCamera& camera, const std::vector<unsigned char>& map, const Q
     long written = 0, read = 0;
     std::vector<unsigned char> buffer = map;
     const double start = Bench::seconds();
-    bool ok = camera.UploadBuffer(std::move(buffer), "", "ShadingMap0", &written) &&
-              camera.DownloadDeviceFile(QFile::encodeName(path).constData(), "", "ShadingMap0",
-                                        &read);
+    bool ok =
+        camera.UploadBuffer(std::move(buffer), "", "ShadingMap0", &written) &&
+        camera.DownloadDeviceFile(QFile::encodeName(path).constData(), "", "ShadingMap0", &read);
     const double elapsed = Bench::seconds() - start;
     QFile back(path);
     ok = ok && written == long(map.size()) && read == long(map.size()) &&
@@ -150,9 +150,10 @@ int main(int argc, char** argv)
             } else {
                 std::fprintf(stderr, "  %d rounds of %.1f MB up and down\n", rounds,
                              double(map.size()) / 1e6);
-                Bench::printResult("transfer_gev", Bench::median(rates), "MB/s",
-                                   {QString("vs_inprocess=%1").arg(Bench::median(ratios), 0, 'f', 3),
-                                    QString("vs_packets=%1").arg(Bench::median(packets), 0, 'f', 2)});
+                Bench::printResult(
+                    "transfer_gev", Bench::median(rates), "MB/s",
+                    {QString("vs_inprocess=%1").arg(Bench::median(ratios), 0, 'f', 3),
+                     QString("vs_packets=%1").arg(Bench::median(packets), 0, 'f', 2)});
                 status = 0;
             }
         }

@@ -151,16 +151,14 @@ private slots:
         QFile file(dir.filePath("map.bin"));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(map) == map.size());
         file.close();
-        const QStringList camera{"--cameras", "real", "--camera", "SN-CLI-1", "--entry",
-                                 "ShadingMap0"};
+        const QStringList camera{"--cameras", "real",    "--camera",
+                                 "SN-CLI-1",  "--entry", "ShadingMap0"};
         const QString id = "aravis::Orvex-kva640MXGE-SN-CLI-1";
-        QTRY_COMPARE_WITH_TIMEOUT(orvexNuc(QStringList{camera.mid(0, 2)} << "upload" << camera.mid(2)
-                                                                        << file.fileName())
-                                      .out,
-                                  QString("%1 bytes written to ShadingMap0 of camera %2.\n")
-                                      .arg(map.size())
-                                      .arg(id),
-                                  20000);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            orvexNuc(QStringList{camera.mid(0, 2)} << "upload" << camera.mid(2) << file.fileName())
+                .out,
+            QString("%1 bytes written to ShadingMap0 of camera %2.\n").arg(map.size()).arg(id),
+            20000);
         const CliRun down = orvexNuc(QStringList{camera.mid(0, 2)} << "download" << camera.mid(2)
                                                                    << dir.filePath("back.bin"));
         QCOMPARE(down.exitCode, 0);

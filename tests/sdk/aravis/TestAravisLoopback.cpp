@@ -111,10 +111,11 @@ TEST_F(FakeGigE, DiscoveryListsEveryCameraWithItsIdentity)
         const Hvx::CameraPtr camera = session.Camera(row.id);
         ASSERT_NE(nullptr, camera) << row.id;
         std::vector<std::string> identity;
-        for (auto get : {&Hvx::Camera::GetVendor, &Hvx::Camera::GetModel,
-                         &Hvx::Camera::GetSerialNumber, &Hvx::Camera::GetFirmwareVersion,
-                         &Hvx::Camera::GetInterfaceID})
-            identity.push_back(Text([&](char* b, unsigned int& l) { return ((*camera).*get)(b, l); }));
+        for (auto get :
+             {&Hvx::Camera::GetVendor, &Hvx::Camera::GetModel, &Hvx::Camera::GetSerialNumber,
+              &Hvx::Camera::GetFirmwareVersion, &Hvx::Camera::GetInterfaceID})
+            identity.push_back(
+                Text([&](char* b, unsigned int& l) { return ((*camera).*get)(b, l); }));
         EXPECT_EQ(row.identity, identity);
         EXPECT_EQ(HvAccessModeType(HvAccessModeFull | HvAccessModeRead), Permitted(camera));
     }

@@ -427,9 +427,10 @@ Status SimFeatureSet::setRegisterRange(const std::string& name, size_t offset, c
         } else {
             // A shorter write replaces the bytes it covers, as on a device
             // register; the rest keeps its content. The hook sees how far the
-            // host has filled the register. The bytes are written in place: a
-            // host sends a large register in many small writes, and copying
-            // all of it for each one made the wire ten times slower.
+            // host has filled the register (not the bytes). The bytes are
+            // written in place: a GigE Vision host sends a 64 KiB register in
+            // 512-byte writes, and copying all of it for each would move 256
+            // times the bytes sent.
             FeatureValue v;
             v.i = int64_t(offset + length);
             if (f->onWrite)

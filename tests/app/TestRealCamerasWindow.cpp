@@ -1,13 +1,17 @@
 // The main window's camera source: the View menu's switch to real cameras
-// (remembered in the settings, restarting the camera list) and a camera added
-// by its address. Runs in a network namespace of its own, with Aravis's fake
-// GigE Vision camera as the real camera.
+// (remembered in the settings, restarting the camera list), a camera added by
+// its address, and the whole way to a map in a camera on the wire. Runs in a
+// network namespace of its own, with Aravis's fake GigE Vision camera and
+// orvex-sim-gev as the real cameras.
 #include "CameraSource.h"
 #include "OrxSettings.h"
 #include "ScriptedDialogs.h"
 #include "WindowHarness.h"
 
+#include <QFile>
+#include <QImage>
 #include <QProcess>
+#include <QTemporaryDir>
 
 namespace {
 
@@ -105,6 +109,60 @@ private slots:
         QVERIFY(window.logLines().contains("Camera found at 127.0.0.1: " + kFake));
         QTRY_VERIFY_WITH_TIMEOUT(listed(window, kFake), 15000);
         qunsetenv("HVX_ARAVIS_INTERFACES");
+    }
+
+    // Real cameras listed, orvex-sim-gev's camera opened, a map generated from
+    // image files and uploaded: the camera stores the map the assistant saves.
+    void uploadsAGeneratedMapToACameraOnTheWire()
+    {
+        QTemporaryDir dir;
+        QFile config(dir.filePath("gev.json"));
+        QVERIFY(config.open(QIODevice::WriteOnly));
+        config.write(R"({"cameras": [{"id": "GUI-1", "serial": "SN-GUI-1", "model": "kva640MXGE",
+            "width": 64, "height": 48,
+            "files": [{"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193}]}]})");
+        config.close();
+        QProcess gev;
+        gev.start(ORVEX_SIM_GEV, {"--address", "127.0.0.3", "--camera", "GUI-1", "--config",
+                                  config.fileName(), "--state", dir.path()});
+        QVERIFY(gev.waitForReadyRead(30000));
+        QStringList images;
+        for (int level : {12, 14, 180, 190}) {
+            QImage image(64, 48, QImage::Format_Grayscale8);
+            for (int y = 0; y < 48; ++y)
+                for (int x = 0; x < 64; ++x)
+                    image.scanLine(y)[x] = uchar(level - (level > 100 ? (x + y) / 4 : x % 3));
+            images << dir.filePath(QString("image%1.png").arg(level));
+            QVERIFY(image.save(images.last()));
+        }
+
+        selectCameraSource(CameraSource::Real);
+        ScriptedDialogs dialogs;
+        TestWindow window;
+        const QString id = "aravis::Orvex-kva640MXGE-SN-GUI-1";
+        QTRY_VERIFY_WITH_TIMEOUT(window.m_cameraManager && listed(window, id), 20000);
+        QVERIFY(window.openFromList(id));
+        QTRY_VERIFY(window.assistant()->isEnabled());
+        dialogs.answer(images.mid(0, 2));
+        window.panelChild<QPushButton>("btnAddDarkImage")->click();
+        dialogs.answer(images.mid(2));
+        window.panelChild<QPushButton>("btnAddBrightImage")->click();
+        window.panelChild<QPushButton>("btnGenerateMap")->click();
+        QCOMPARE(dialogs.calls.last().text, QString("Generate map successful!"));
+        dialogs.answer(QMessageBox::Yes);
+        window.panelChild<QPushButton>("btnUploadMapToCam")->click();
+        QTRY_COMPARE_WITH_TIMEOUT(dialogs.calls.last().text,
+                                  QString("Upload Generated Map task has been successfully done."),
+                                  15000);
+        dialogs.answer(dir.filePath("saved"));
+        window.panelChild<QPushButton>("btnSaveMapToFile")->click();
+        QFile saved(dir.filePath("saved.bin")), stored(dir.filePath("SN-GUI-1/ShadingMap0"));
+        QVERIFY(saved.open(QIODevice::ReadOnly) && stored.open(QIODevice::ReadOnly));
+        const QByteArray map = saved.readAll();
+        QCOMPARE(map.size(), 32 + 64 * 48 * 2);
+        QVERIFY(stored.readAll() == map);
+        gev.terminate();
+        QVERIFY(gev.waitForFinished());
     }
 
 private:

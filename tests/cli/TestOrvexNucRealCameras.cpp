@@ -1,15 +1,18 @@
 // orvex-nuc's camera source: the simulated cameras unless --cameras or
-// ORVEX_CAMERAS asks for real ones, and a GigE Vision camera found by its
-// address. Runs in a network namespace of its own, with Aravis's fake GigE
-// Vision camera as the real camera.
+// ORVEX_CAMERAS asks for real ones, a GigE Vision camera found by its
+// address, and a map moved to and from a camera on the wire. Runs in a
+// network namespace of its own, with Aravis's fake GigE Vision camera and
+// orvex-sim-gev as the real cameras.
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include "CliRun.h"
+#include "NucMapFile.h"
 
 namespace {
 
@@ -122,6 +125,48 @@ private slots:
         QCOMPARE(simulated.err,
                  QString("orvex-nuc cameras: looking for a camera at an address needs real "
                          "cameras: give --cameras real or --cameras all before the command\n"));
+    }
+
+    // A map of a 1280 x 1024 sensor goes up to orvex-sim-gev and comes back
+    // byte for byte.
+    void uploadAndDownloadAMap()
+    {
+        QTemporaryDir dir;
+        QFile config(dir.filePath("gev.json"));
+        QVERIFY(config.open(QIODevice::WriteOnly));
+        config.write(R"({"cameras": [{"id": "CLI-1", "serial": "SN-CLI-1", "model": "kva640MXGE",
+            "width": 1280, "height": 1024, "pixelFormat": "Mono12",
+            "files": [{"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193}]}]})");
+        config.close();
+        QProcess gev;
+        gev.start(ORVEX_SIM_GEV, {"--address", "127.0.0.3", "--camera", "CLI-1", "--config",
+                                  config.fileName(), "--state", dir.path()});
+        QVERIFY(gev.waitForReadyRead(30000));
+        QCOMPARE(gev.readLine(), QByteArray("ready 127.0.0.3\n"));
+
+        QVector<quint16> words(1280 * 1024);
+        for (int i = 0; i < words.size(); ++i)
+            words[i] = quint16((i * 2654435761u) >> 20);
+        const QByteArray map = NucMapFile::binFile(8193, 1280, 1024, words);
+        QFile file(dir.filePath("map.bin"));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(map) == map.size());
+        file.close();
+        const QStringList camera{"--cameras", "real",    "--camera",
+                                 "SN-CLI-1",  "--entry", "ShadingMap0"};
+        const QString id = "aravis::Orvex-kva640MXGE-SN-CLI-1";
+        QTRY_COMPARE_WITH_TIMEOUT(
+            orvexNuc(QStringList{camera.mid(0, 2)} << "upload" << camera.mid(2) << file.fileName())
+                .out,
+            QString("%1 bytes written to ShadingMap0 of camera %2.\n").arg(map.size()).arg(id),
+            20000);
+        const CliRun down = orvexNuc(QStringList{camera.mid(0, 2)} << "download" << camera.mid(2)
+                                                                   << dir.filePath("back.bin"));
+        QCOMPARE(down.exitCode, 0);
+        QFile back(dir.filePath("back.bin"));
+        QVERIFY(back.open(QIODevice::ReadOnly));
+        QVERIFY(back.readAll() == map);
+        gev.terminate();
+        QVERIFY(gev.waitForFinished());
     }
 
 private:

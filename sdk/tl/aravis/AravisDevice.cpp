@@ -146,10 +146,12 @@ HvErrorType AravisDevice::ReadMemory(uint64_t address, uint8_t* buffer, uint32_t
 {
     completed = 0;
     return m_thread.Call<HvErrorType>([&] {
-        GError* error = nullptr;
-        if (arv_device_read_memory(m_device, address, size, buffer, &error))
-            completed = size;
-        return TakeError(error, "read memory at " + std::to_string(address));
+        return RetryWhileBusy([&] {
+            GError* error = nullptr;
+            if (arv_device_read_memory(m_device, address, size, buffer, &error))
+                completed = size;
+            return TakeError(error, "read memory at " + std::to_string(address));
+        });
     });
 }
 
@@ -158,11 +160,14 @@ HvErrorType AravisDevice::WriteMemory(uint64_t address, const uint8_t* buffer, u
 {
     completed = 0;
     return m_thread.Call<HvErrorType>([&] {
-        GError* error = nullptr;
-        // Aravis takes the data as non-const but only reads it.
-        if (arv_device_write_memory(m_device, address, size, const_cast<uint8_t*>(buffer), &error))
-            completed = size;
-        return TakeError(error, "write memory at " + std::to_string(address));
+        return RetryWhileBusy([&] {
+            GError* error = nullptr;
+            // Aravis takes the data as non-const but only reads it.
+            if (arv_device_write_memory(m_device, address, size, const_cast<uint8_t*>(buffer),
+                                        &error))
+                completed = size;
+            return TakeError(error, "write memory at " + std::to_string(address));
+        });
     });
 }
 

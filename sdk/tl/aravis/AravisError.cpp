@@ -2,7 +2,9 @@
 
 #include <arv.h>
 
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 namespace hvaravis {
 
@@ -82,6 +84,16 @@ HvErrorType TakeError(GError* error, const std::string& context)
     Log(context + ": " + (error->message != nullptr ? error->message : "?"));
     g_error_free(error);
     return code;
+}
+
+HvErrorType RetryWhileBusy(const std::function<HvErrorType()>& attempt)
+{
+    HvErrorType result = attempt();
+    for (int retry = 1; retry < 5 && result == HvErrorResources; ++retry) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10 * retry));
+        result = attempt();
+    }
+    return result;
 }
 
 void Log(const std::string& text)

@@ -4,6 +4,7 @@
 
 #include <glib.h>
 
+#include <functional>
 #include <string>
 
 namespace hvaravis {
@@ -17,6 +18,10 @@ HvErrorType ErrorCode(const GError* error);
 // e.g. "set Width: [Width] value out of range"; then frees it. Success when
 // `error` is null.
 HvErrorType TakeError(GError* error, const std::string& context);
+
+// Runs `attempt` again while the device answers BUSY (the device did nothing
+// then), a little later each time, at most five times in all.
+HvErrorType RetryWhileBusy(const std::function<HvErrorType()>& attempt);
 
 // One line on the module's log (standard error), prefixed with the module's name.
 void Log(const std::string& text);

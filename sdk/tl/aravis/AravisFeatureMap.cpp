@@ -125,7 +125,7 @@ HvErrorType AravisFeatureMap::WithNode(const std::string& name,
         ArvGcNode* node = arv_device_get_feature(m_device, name.c_str());
         if (node == nullptr || !ARV_IS_GC_FEATURE_NODE(node))
             return HvErrorNotFound;
-        return body(node);
+        return RetryWhileBusy([&] { return body(node); });
     });
 }
 

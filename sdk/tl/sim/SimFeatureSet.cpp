@@ -427,15 +427,32 @@ Status SimFeatureSet::setRegisterRange(const std::string& name, size_t offset, c
         } else {
             // A shorter write replaces the bytes it covers, as on a device
             // register; the rest keeps its content. The hook sees how far the
-            // host has filled the register.
+            // host has filled the register (not the bytes). The bytes are
+            // written in place: a GigE Vision host sends a 64 KiB register in
+            // 512-byte writes, and copying all of it for each would move 256
+            // times the bytes sent.
             FeatureValue v;
             v.i = int64_t(offset + length);
-            v.bytes = f->bytes;
-            std::copy(data, data + length, v.bytes.begin() + ptrdiff_t(offset));
-            s = writeValue(*f, v);
+            if (f->onWrite)
+                s = f->onWrite(*f, v);
+            if (s == Ok)
+                std::copy(data, data + length, f->bytes.begin() + ptrdiff_t(offset));
         }
     }
     return record(name, "set", std::to_string(length), s);
+}
+
+Status SimFeatureSet::getRegisterRange(const std::string& name, size_t offset, uint8_t* out,
+                                       size_t length)
+{
+    std::lock_guard<std::recursive_mutex> lock(*m_lock);
+    SimFeature* f = nullptr;
+    Status s = prepare(name, "get", FeatureType::Register, false, f);
+    if (s == Ok && (offset > f->bytes.size() || length > f->bytes.size() - offset))
+        s = BadParameter;
+    if (s == Ok)
+        std::copy_n(f->bytes.begin() + ptrdiff_t(offset), length, out);
+    return record(name, "get", s == Ok ? std::to_string(length) : std::string(), s);
 }
 
 } // namespace hvsim

@@ -72,6 +72,8 @@ public:
     // into part of it, as a GigE Vision host sends a large register).
     Status setRegisterRange(const std::string& name, size_t offset, const uint8_t* data,
                             size_t length);
+    // Reads `length` bytes at `offset` inside the register.
+    Status getRegisterRange(const std::string& name, size_t offset, uint8_t* out, size_t length);
 
 private:
     Status prepare(const std::string& name, const std::string& op, FeatureType type, bool write,

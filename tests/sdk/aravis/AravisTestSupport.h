@@ -88,4 +88,46 @@ private:
     pid_t m_pid = -1;
 };
 
+Hvx::FeaturePtr Feature(const Hvx::CameraPtr& camera, const char* name)
+{
+    Hvx::FeaturePtr feature;
+    camera->GetFeatureByName(name, feature);
+    return feature;
+}
+
+// A feature's value as text, whatever its type ("" when it cannot be read).
+std::string Value(Hvx::Feature& feature)
+{
+    HvFeatureDataType type = 0;
+    feature.GetDataType(type);
+    int64_t integer = 0;
+    double number = 0;
+    bool flag = false;
+    if (type == HvFeatureDataInt)
+        return feature.GetIntValue(integer) == HvErrorSuccess ? std::to_string(integer) : "";
+    if (type == HvFeatureDataFloat)
+        return feature.GetFloatValue(number) == HvErrorSuccess ? std::to_string(number) : "";
+    if (type == HvFeatureDataBool)
+        return feature.GetBoolValue(flag) == HvErrorSuccess ? std::to_string(flag) : "";
+    return SdkTest::Text([&](char* b, unsigned int& l) {
+        return type == HvFeatureDataEnum ? feature.GetEnumValue(b, l)
+                                         : feature.GetStringValue(b, l);
+    });
+}
+
+// Sets a feature from text by its type.
+HvErrorType SetValue(Hvx::Feature& feature, const std::string& text)
+{
+    HvFeatureDataType type = 0;
+    feature.GetDataType(type);
+    if (type == HvFeatureDataInt)
+        return feature.SetIntValue(std::stoll(text));
+    if (type == HvFeatureDataFloat)
+        return feature.SetFloatValue(std::stod(text));
+    if (type == HvFeatureDataBool)
+        return feature.SetBoolValue(text == "1");
+    return type == HvFeatureDataEnum ? feature.SetEnumValue(text.c_str())
+                                     : feature.SetStringValue(text.c_str());
+}
+
 } // namespace AravisTest

@@ -1,6 +1,6 @@
 // The Aravis transport layer through the SDK, on Aravis's in-process fake
-// camera (no network at all): features of every type with the SDK codes for
-// range, access and missing-feature errors, commands and their completion,
+// camera (no network at all): features of every type with the checks the
+// module makes itself, commands and their completion,
 // exact-length register access, frames, and the USB3 Vision paths that run
 // without a device.
 
@@ -13,48 +13,6 @@ using namespace AravisTest;
 namespace {
 
 const char* const kFake = "aravis::Fake_1";
-
-Hvx::FeaturePtr Feature(const Hvx::CameraPtr& camera, const char* name)
-{
-    Hvx::FeaturePtr feature;
-    camera->GetFeatureByName(name, feature);
-    return feature;
-}
-
-// A feature's value as text, whatever its type ("" when it cannot be read).
-std::string Value(Hvx::Feature& feature)
-{
-    HvFeatureDataType type = 0;
-    feature.GetDataType(type);
-    int64_t integer = 0;
-    double number = 0;
-    bool flag = false;
-    if (type == HvFeatureDataInt)
-        return feature.GetIntValue(integer) == HvErrorSuccess ? std::to_string(integer) : "";
-    if (type == HvFeatureDataFloat)
-        return feature.GetFloatValue(number) == HvErrorSuccess ? std::to_string(number) : "";
-    if (type == HvFeatureDataBool)
-        return feature.GetBoolValue(flag) == HvErrorSuccess ? std::to_string(flag) : "";
-    return SdkTest::Text([&](char* b, unsigned int& l) {
-        return type == HvFeatureDataEnum ? feature.GetEnumValue(b, l)
-                                         : feature.GetStringValue(b, l);
-    });
-}
-
-// Sets a feature from text by its type.
-HvErrorType SetValue(Hvx::Feature& feature, const std::string& text)
-{
-    HvFeatureDataType type = 0;
-    feature.GetDataType(type);
-    if (type == HvFeatureDataInt)
-        return feature.SetIntValue(std::stoll(text));
-    if (type == HvFeatureDataFloat)
-        return feature.SetFloatValue(std::stod(text));
-    if (type == HvFeatureDataBool)
-        return feature.SetBoolValue(text == "1");
-    return type == HvFeatureDataEnum ? feature.SetEnumValue(text.c_str())
-                                     : feature.SetStringValue(text.c_str());
-}
 
 // The fake camera with the probe description: one feature of every type.
 class ProbeCamera : public ::testing::Test
@@ -83,7 +41,9 @@ protected:
 } // namespace
 
 // Each row writes a value and reads the feature back; a refused write leaves
-// the value the row before wrote.
+// the value the row before wrote. What the module checks itself (increments,
+// available entries, string lengths); range, access and unknown entries are
+// met on orvex-sim-gev (TestAravisGev).
 TEST_F(ProbeCamera, FeaturesOfEveryTypeWithTheirErrors)
 {
     const struct
@@ -94,13 +54,10 @@ TEST_F(ProbeCamera, FeaturesOfEveryTypeWithTheirErrors)
         std::string read;
     } rows[] = {
         {"ProbeInteger", "400", HvErrorSuccess, "400"},
-        {"ProbeInteger", "5000", HvErrorInvalidValue, "400"}, // above the maximum
-        {"ProbeInteger", "402", HvErrorInvalidValue, "400"},  // off the increment of 4
+        {"ProbeInteger", "402", HvErrorInvalidValue, "400"}, // off the increment of 4
         {"ProbeFloat", "2.5", HvErrorSuccess, "2.500000"},
-        {"ProbeFloat", "-20", HvErrorInvalidValue, "2.500000"},
         {"ProbeEnum", "Two", HvErrorSuccess, "Two"},
-        {"ProbeEnum", "Three", HvErrorInvalidValue, "Two"}, // no such entry
-        {"ProbeEnum", "Gone", HvErrorInvalidValue, "Two"},  // not available
+        {"ProbeEnum", "Gone", HvErrorInvalidValue, "Two"}, // not available
         {"ProbeString", "lab-7", HvErrorSuccess, "lab-7"},
         {"ProbeString", "seventeen letters", HvErrorInvalidValue, "lab-7"},
         {"ProbeBool", "1", HvErrorSuccess, "1"},

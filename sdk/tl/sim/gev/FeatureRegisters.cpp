@@ -204,7 +204,8 @@ Status FeatureRegisters::read(uint32_t address, uint8_t* out, uint32_t length)
         return NotFound;
     std::memset(out, 0, length);
     // Each register the range touches is read once, whole, so a feature's
-    // getter runs as it would for a host reading that register alone.
+    // getter runs as it would for a host reading that register alone; a large
+    // register (sent in many small pieces) only in the piece asked for.
     auto it = m_cells.upper_bound(address);
     if (it != m_cells.begin())
         --it;
@@ -213,11 +214,18 @@ Status FeatureRegisters::read(uint32_t address, uint8_t* out, uint32_t length)
         const Cell& c = it->second;
         if (c.address + c.length <= address)
             continue;
+        const uint32_t from = std::max(address, c.address);
+        const uint32_t to = std::min(address + length, c.address + c.length);
+        if (c.part == Part::Value && c.type == FeatureType::Register) {
+            Status s = m_features.getRegisterRange(c.feature, from - c.address,
+                                                   out + (from - address), to - from);
+            if (s != Ok)
+                return s;
+            continue;
+        }
         Status s = readCell(c, bytes);
         if (s != Ok)
             return s;
-        const uint32_t from = std::max(address, c.address);
-        const uint32_t to = std::min(address + length, c.address + c.length);
         std::memcpy(out + (from - address), bytes.data() + (from - c.address), to - from);
     }
     return Ok;

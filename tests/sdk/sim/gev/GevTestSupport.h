@@ -77,6 +77,8 @@ public:
     int stop()
     {
         int status = -1;
+        if (m_pid <= 0) // never kill(-1): that signals every process of the user
+            return -1;
         ::kill(m_pid, SIGTERM);
         ::waitpid(m_pid, &status, 0);
         m_pid = -1;

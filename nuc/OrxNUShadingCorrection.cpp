@@ -16,6 +16,7 @@
 #include <QFileInfo>
 #include <QItemSelectionModel>
 #include <QProgressDialog>
+#include <QThread>
 
 namespace {
 
@@ -499,6 +500,15 @@ void OrxNUShadingCorrection::information(const QString& title, const QString& te
 
 bool OrxNUShadingCorrection::question(const QString& title, const QString& text, bool noByDefault)
 {
+    // Asked from the file task (a backup that failed): the box opens on the
+    // panel's thread while the task waits for the answer.
+    if (QThread::currentThread() != thread()) {
+        bool answer = false;
+        QMetaObject::invokeMethod(
+            this, [&] { answer = question(title, text, noByDefault); },
+            Qt::BlockingQueuedConnection);
+        return answer;
+    }
     return OrxDialogs::instance().question(this, title, text, QMessageBox::Yes | QMessageBox::No,
                                            noByDefault ? QMessageBox::No : QMessageBox::NoButton) ==
            QMessageBox::Yes;

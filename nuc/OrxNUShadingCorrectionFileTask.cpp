@@ -25,6 +25,11 @@ void OrxNUShadingCorrection::finishFileTask()
     const QFuture<bool> future = fileTaskWatcher.future();
     const bool succeeded =
         !fileTaskWatcher.isCanceled() && future.resultCount() > 0 && future.resultAt(0);
+    // A transfer that failed part-way never reports its end: its progress
+    // dialog, window-modal and without a cancel button, must not stay.
+    transferTotal = 0;
+    if (transferProgressDialog != nullptr)
+        transferProgressDialog->cancel();
     if (succeeded) {
         OrxDialogs::instance().information(this, title,
                                            tr("%1 task has been successfully done.").arg(task));
@@ -108,7 +113,9 @@ void OrxNUShadingCorrection::progressBarValueChanged(bool finished, int value)
             dialog->setValue(100);
             dialog->cancel();
         }
-        enableButtons();
+        // The backup's download ends before the upload in the same task.
+        if (!fileTaskWatcher.isRunning())
+            enableButtons();
     } else if (dialog != nullptr && dialog->value() != value) {
         const bool wasBlocked = dialog->blockSignals(true);
         dialog->setValue(value);

@@ -1,6 +1,7 @@
 #include "NucMapTransfer.h"
 
 #include "NucImageInput.h"
+#include "NucMapBackups.h"
 #include "NucMapPacking.h"
 #include "NucMapPipeline.h"
 #include "NucPanelModel.h"
@@ -26,11 +27,16 @@ QString failedSuffix(bool ok)
     return ok ? QString() : QStringLiteral(" failed");
 }
 
-// A file task that writes image into a device file and logs the outcome.
-std::function<bool()> uploadTask(NucPanelPort& port, OxCamera* camera, const QByteArray& image,
-                                 const QString& fileName, const QString& selector)
+// A file task that keeps the entry's current file as a backup, writes image
+// into it and logs the outcome.
+std::function<bool()> uploadTask(NucPanelPort& port, OxCamera* camera, const QString& serial,
+                                 const OxMapEntry& entry, const QByteArray& image)
 {
-    return [&port, camera, image, fileName, selector] {
+    const QString fileName = entry.fileName;
+    const QString selector = entry.selector;
+    return [&port, camera, serial, entry, image, fileName, selector] {
+        if (!NucMapTransfer::keepBackup(port, camera, serial, entry))
+            return false;
         long written = 0;
         // A file the camera took only in part is a failed upload.
         const bool ok = camera != nullptr &&
@@ -57,19 +63,24 @@ std::unique_ptr<NucMapTransfer> NucMapTransfer::choose(NucPanelModel& model)
     return std::make_unique<NucSlotTransfer>(model);
 }
 
+bool NucMapTransfer::confirmGeneratedUpload()
+{
+    return m_model.port().question(
+        tr("Upload Shadin Map"), tr("The uploaded map would overwrite the selected map '%1'.\nStart "
+                                    "upload?")
+                                     .arg(m_model.currentSlot().name));
+}
+
 void NucMapTransfer::uploadGeneratedMap()
 {
-    NucPanelPort& port = m_model.port();
-    const QString name = m_model.currentSlot().name;
-    if (!port.question(
-            tr("Upload Shadin Map"),
-            tr("The uploaded map would overwrite the selected map '%1'.\nStart upload?").arg(name)))
+    if (!confirmGeneratedUpload())
         return;
-    // The entry's name names both the device file and the selector value.
+    NucPanelPort& port = m_model.port();
     const QByteArray image =
         NucMapPipeline::fileImage(m_model.input(), m_model.fileSpec(NucMapFile::Kind::Bin));
     port.startFileTask(QStringLiteral("Upload Generated Map"),
-                       uploadTask(port, m_model.camera(), image, name, name));
+                       uploadTask(port, m_model.camera(), m_model.serialNumber(),
+                                  m_model.currentSlot(), image));
 }
 
 void NucMapTransfer::uploadUserMap()
@@ -77,9 +88,40 @@ void NucMapTransfer::uploadUserMap()
     const QByteArray image =
         NucMapPipeline::fileImage(m_model.input(), m_model.fileSpec(NucMapFile::Kind::UserMap));
     NucPanelPort& port = m_model.port();
-    port.startFileTask(QStringLiteral("Upload"),
-                       uploadTask(port, m_model.camera(), image, m_model.currentUserMapFile(),
-                                  QStringLiteral("Userfile")));
+    port.startFileTask(QStringLiteral("Upload"), uploadTask(port, m_model.camera(),
+                                                            m_model.serialNumber(),
+                                                            m_model.currentSlot(), image));
+}
+
+bool NucMapTransfer::keepBackup(NucPanelPort& port, OxCamera* camera, const QString& serial,
+                                const OxMapEntry& entry)
+{
+    if (camera == nullptr)
+        return false;
+    auto download = [&](const QString& path, QString* why) {
+        long read = 0;
+        if (camera->DownloadDeviceFile(QFile::encodeName(path).constData(),
+                                       entry.fileName.toUtf8().constData(),
+                                       entry.selector.toUtf8().constData(), &read))
+            return true;
+        *why = tr("the download of %1 failed after %2 bytes").arg(entry.fileName).arg(read);
+        return false;
+    };
+    const QString extension = entry.kind == OxMapEntry::Kind::UserMap ? "ge3" : "bin";
+    QString error;
+    const QString path = NucMapBackups().take(serial, entry.name, extension, download, &error);
+    if (!path.isEmpty()) {
+        port.log(tr("Backup of the camera's map '%1': %2")
+                     .arg(entry.name, QDir::toNativeSeparators(path)),
+                 LogInfo);
+        return true;
+    }
+    port.log(tr("No backup of the camera's map '%1': %2.").arg(entry.name, error), LogError);
+    return port.question(tr("Map Backup"),
+                         tr("The camera's current map '%1' could not be kept as a backup "
+                            "(%2).\nUpload without a backup?")
+                             .arg(entry.name, error),
+                         true);
 }
 
 bool NucMapTransfer::uploadMapByMemory()

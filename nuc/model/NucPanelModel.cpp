@@ -52,6 +52,15 @@ OxFeatureContainer* NucPanelModel::features() const
     return m_camera ? m_camera->GetFeatureContainer() : nullptr;
 }
 
+QString NucPanelModel::serialNumber() const
+{
+    HvCameraInfo info{};
+    if (!m_camera || m_camera->GetInfo(&info) != HvErrorSuccess)
+        return QString();
+    const QString serial = QString::fromUtf8(info.serialString);
+    return serial.isEmpty() ? QString::fromUtf8(info.cameraIdExtended) : serial;
+}
+
 void NucPanelModel::init(OxCamera* camera, bool registerAccess)
 {
     m_camera.reset(camera);
@@ -291,7 +300,7 @@ bool NucPanelModel::loadUserMap(QString dir)
     setUserMap(currentSlot().name);
     long bytesWritten = 0;
     const bool uploaded =
-        m_camera &&
+        m_camera && NucMapTransfer::keepBackup(m_port, m_camera.get(), serialNumber(), currentSlot()) &&
         m_camera->UploadLocalFile(QFile::encodeName(fileName).constData(),
                                   QFile::encodeName(path).constData(), "Userfile", &bytesWritten) &&
         bytesWritten == QFileInfo(path).size();

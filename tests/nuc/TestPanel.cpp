@@ -257,19 +257,6 @@ private slots:
         QCOMPARE(logged[0][1].value<LogType>(), LogError);
     }
 
-    void addDialogAndDepthAtConstruction()
-    {
-        ScriptedDialogs dialogs;
-        Panel panel; // no camera bound: the depth is 16
-        panel.add(dialogs, Series::Dark, {file("p8.png"), file("d16.png")});
-        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::OpenFileNames);
-        QCOMPARE(dialogs.calls[0].title, QString("Image paths"));
-        QCOMPARE(dialogs.calls[0].filter, QString("Images (*.* )"));
-        QCOMPARE(dialogs.calls.size(), 2);
-        QCOMPARE(dialogs.calls[1].text, file("p8.png") + ": failed!");
-        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("d16.png")});
-    }
-
     void repeatedPathsAreSkippedSilently()
     {
         ScriptedDialogs dialogs;
@@ -281,27 +268,15 @@ private slots:
                  QStringList({file("d16.png"), file("d16b.png")}));
         for (const auto& call : dialogs.calls)
             QCOMPARE(call.kind, ScriptedDialogs::OpenFileNames);
+        QCOMPARE(dialogs.calls[0].title, QString("Image paths"));
+        QCOMPARE(dialogs.calls[0].filter, QString("Images (*.* )"));
+        // The folder is kept, and the next chooser starts there.
+        QCOMPARE(OrxSettings::getInstance()->Get("Directory", "SaveImageDir", QVariant()),
+                 QVariant(QDir::cleanPath(dir.path())));
+        QCOMPARE(dialogs.calls[1].text, QDir::cleanPath(dir.path()));
         // The same file may still go to the other list.
         panel.add(dialogs, Series::Bright, {file("d16.png")});
         QCOMPARE(panel.texts("listBrightImagePath"), QStringList{file("d16.png")});
-    }
-
-    void greyFilesLoadAsIndexed()
-    {
-        ScriptedDialogs dialogs;
-        Panel panel;
-        QVERIFY(panel.bind(*sim, "GEN-1"));
-        panel.add(dialogs, Series::Dark, {file("g8.png")});
-        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("g8.png")});
-        const QImage mean = panel.child<OrxPixmapLabel>("lblMeanImageDark")->image();
-        QCOMPARE(mean.format(), QImage::Format_Grayscale8);
-        QCOMPARE(mean.pixelColor(3, 1), QColor(10, 10, 10));
-
-        const QImage loaded = NucImageInput::loadImage(file("g8.png"));
-        QCOMPARE(loaded.format(), QImage::Format_Indexed8);
-        QCOMPARE(loaded.colorTable().size(), 256);
-        QCOMPARE(loaded.color(200), qRgb(200, 200, 200));
-        QCOMPARE(loaded.pixelIndex(2, 1), 10);
     }
 
     void removalFreesSizeAndDepthOnlyWhenBothEmpty()
@@ -338,47 +313,6 @@ private slots:
         panel.add(dialogs, Series::Dark, {file("wide8.png")});
         QCOMPARE(dialogs.calls.size(), before + 1); // only the file dialog
         QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("wide8.png")});
-    }
-
-    void itemPressEnablesDelete()
-    {
-        ScriptedDialogs dialogs;
-        Panel panel;
-        QVERIFY(panel.bind(*sim, "GEN-1"));
-        panel.add(dialogs, Series::Bright, {file("d16.png"), file("d16b.png")});
-        auto* list = panel.child<QListWidget>("listBrightImagePath");
-        panel.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&panel));
-        const QRect rect = list->visualItemRect(list->item(1));
-        QTest::mousePress(list->viewport(), Qt::LeftButton, {}, rect.center());
-        QVERIFY(panel.button("btnDeleteBrightImage")->isEnabled());
-        QCOMPARE(list->currentItem(), list->item(1));
-    }
-
-    void imageDirectoryIsStoredOnlyWhenChanged()
-    {
-        QTemporaryDir other;
-        QVERIFY(write(grey16(4, 2, [](int, int) { return 5; }), other.filePath("o.png"),
-                      QImage::Format_Grayscale16));
-        auto saved = [] {
-            return OrxSettings::getInstance()
-                ->Get("Directory", "SaveImageDir", QVariant())
-                .toString();
-        };
-        ScriptedDialogs dialogs;
-        Panel panel;
-        QVERIFY(panel.bind(*sim, "GEN-1"));
-        panel.add(dialogs, Series::Dark, {file("d16.png")});
-        QCOMPARE(saved(), QDir::cleanPath(dir.path()));
-
-        // Unchanged directory: the stored value is not written again.
-        OrxSettings::getInstance()->Set("Directory", "SaveImageDir", "/elsewhere");
-        panel.add(dialogs, Series::Dark, {file("d16b.png")});
-        QCOMPARE(saved(), QString("/elsewhere"));
-        QCOMPARE(dialogs.calls.last().text, QDir::cleanPath(dir.path())); // start directory
-
-        panel.add(dialogs, Series::Bright, {other.filePath("o.png")});
-        QCOMPARE(saved(), QDir::cleanPath(other.path()));
     }
 
     void cancellingKeepsFilesAlreadyAdded()
@@ -492,66 +426,54 @@ private slots:
         QVERIFY(panel.child<QLabel>("lblCameraName")->text().isEmpty());
     }
 
-    void bindingFillsTheForm_data()
-    {
-        QTest::addColumn<QString>("id");
-        QTest::addColumn<bool>("usable");
-        QTest::addColumn<QString>("label");
-        QTest::addColumn<QStringList>("entries");
-        QTest::addColumn<bool>("userMapWidget");
-        QTest::newRow("map slots") << "GEN-1" << true << "Camera GEN\nFirmware: 3.2.1 (2026-04-01)"
-                                   << QStringList{"ShadingMap0", "ShadingMap1"} << false;
-        QTest::newRow("user maps")
-            << "USER-1" << true
-            << "kva640MXGE\nFirmware: " << QStringList{"NucUserMap0", "NucUserMap1"} << true;
-        QTest::newRow("no map entry")
-            << "PLAIN-1" << false << "kva640MXGE\nFirmware: " << QStringList() << false;
-    }
-
-    void bindingFillsTheForm()
-    {
-        QFETCH(QString, id);
-        QFETCH(bool, usable);
-        Panel panel;
-        panel.child<QLineEdit>("TargetOffsetEdit")->setText("3");
-        bool initResult = !usable;
-        QVERIFY(panel.bind(*sim, qPrintable(id), &initResult));
-        QCOMPARE(initResult, usable);
-        QTEST(panel.child<QLabel>("lblCameraName")->text(), "label");
-        QTEST(panel.texts("cmbShadingMapSelector"), "entries");
-        QTEST(!panel.child<QWidget>("targetUserMapFileWidget")->isHidden(), "userMapWidget");
-        QCOMPARE(panel.child<QLineEdit>("TargetOffsetEdit")->text(), QString("16"));
-        QCOMPARE(panel.input.bitDepth, 0);
-        QCOMPARE(panel.imageFormat, QImage::Format_Indexed8);
-    }
-
-    void enableButtons_data()
+    // What binding a camera fills in, and the transfer buttons once the
+    // operator picks an entry.
+    void binding_data()
     {
         QTest::addColumn<QString>("id");
         QTest::addColumn<int>("entry"); // -1: the camera has no map slot entry
         QTest::addColumn<bool>("images");
         QTest::addColumn<QList<bool>>("buttons"); // download, upload local, upload, save
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<QStringList>("entries");
 
         using B = QList<bool>;
-        QTest::newRow("open entry") << "MODES-1" << 0 << false << B{true, true, false, false};
-        QTest::newRow("open entry, images") << "MODES-1" << 0 << true << B{true, true, true, true};
+        const QString plain = "kva640MXGE\nFirmware: ";
+        const QStringList modes{"ShadingMap0", "ShadingMap1", "ShadingMap2"};
+        QTest::newRow("map slots") << "GEN-1" << 0 << false << B{true, true, false, false}
+                                   << "Camera GEN\nFirmware: 3.2.1 (2026-04-01)"
+                                   << QStringList{"ShadingMap0", "ShadingMap1"};
+        QTest::newRow("open entry, images")
+            << "MODES-1" << 0 << true << B{true, true, true, true} << plain << modes;
         QTest::newRow("write blocked, images")
-            << "MODES-1" << 1 << true << B{true, false, false, true};
-        QTest::newRow("read blocked") << "MODES-1" << 2 << false << B{false, true, false, false};
+            << "MODES-1" << 1 << true << B{true, false, false, true} << plain << modes;
+        QTest::newRow("read blocked")
+            << "MODES-1" << 2 << false << B{false, true, false, false} << plain << modes;
         QTest::newRow("user maps only, images")
-            << "USER-1" << 1 << true << B{true, true, true, true};
-        QTest::newRow("no selector, images")
-            << "PLAIN-1" << -1 << true << B{false, false, false, true};
+            << "USER-1" << 1 << true << B{true, true, true, true} << plain
+            << QStringList{"NucUserMap0", "NucUserMap1"};
+        QTest::newRow("no map entry, images")
+            << "PLAIN-1" << -1 << true << B{false, false, false, true} << plain << QStringList();
     }
 
-    void enableButtons()
+    void binding()
     {
         QFETCH(QString, id);
         QFETCH(int, entry);
         QFETCH(bool, images);
+        QFETCH(QStringList, entries);
         ScriptedDialogs dialogs;
         Panel panel;
-        QVERIFY(panel.bind(*sim, qPrintable(id)));
+        panel.child<QLineEdit>("TargetOffsetEdit")->setText("3");
+        bool initResult = entries.isEmpty();
+        QVERIFY(panel.bind(*sim, qPrintable(id), &initResult));
+        QCOMPARE(initResult, !entries.isEmpty());
+        QTEST(panel.child<QLabel>("lblCameraName")->text(), "label");
+        QCOMPARE(panel.texts("cmbShadingMapSelector"), entries);
+        QCOMPARE(!panel.child<QWidget>("targetUserMapFileWidget")->isHidden(), id == "USER-1");
+        QCOMPARE(panel.child<QLineEdit>("TargetOffsetEdit")->text(), QString("16"));
+        QCOMPARE(panel.input.bitDepth, 0);
+        QCOMPARE(panel.imageFormat, QImage::Format_Indexed8);
         if (images) {
             QVERIFY(panel.loadImagefromFile(file("p8.png"), Series::Dark));
             QVERIFY(panel.loadImagefromFile(file("p8.png"), Series::Bright));

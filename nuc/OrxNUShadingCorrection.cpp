@@ -53,6 +53,17 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     }
     connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
             &OrxNUShadingCorrection::finishFileTask, Qt::UniqueConnection);
+    // The main actions from the keyboard; a tooltip names each key.
+    const std::pair<QPushButton*, QKeySequence> shortcuts[] = {
+        {ui->btnGenerateMap, QKeySequence(Qt::CTRL + Qt::Key_G)},
+        {ui->btnSaveMapToFile, QKeySequence::Save},
+        {ui->btnUploadMapToCam, QKeySequence(Qt::CTRL + Qt::Key_U)},
+        {ui->btnUploadLocalMap, QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_U)},
+        {ui->btnDownloadMapToFile, QKeySequence(Qt::CTRL + Qt::Key_D)}};
+    for (const auto& [button, keys] : shortcuts) {
+        button->setShortcut(keys);
+        button->setToolTip(keys.toString(QKeySequence::NativeText));
+    }
     // The selector shows the model's slots; its current entry is the model's.
     connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             [this](int index) { model.setCurrent(index); });

@@ -189,9 +189,12 @@ void NucMapTransfer::startDownload(const QString& destination, const QString& fi
                          .arg(fileName + failedSuffix(ok))
                          .arg(read),
                      ok ? LogInfo : LogError);
+            if (ok)
+                port.log(tr("Downloaded map saved as %1").arg(QDir::toNativeSeparators(destination)),
+                         LogInfo);
             // What a failed download read stays on disk; the operator must not
             // take it for a map.
-            if (!ok && QFile::exists(destination))
+            else if (QFile::exists(destination))
                 port.log(tr("Partial file left by the failed download: %1 (%2 bytes).")
                              .arg(QDir::toNativeSeparators(destination))
                              .arg(read),

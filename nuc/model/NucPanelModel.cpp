@@ -276,6 +276,9 @@ bool NucPanelModel::saveUserMap(QString dir)
     if (result == NucMapFile::SaveResult::OpenFailed)
         return false;
     rememberMapDir(path);
+    if (result == NucMapFile::SaveResult::Saved)
+        m_port.log(tr("User map saved as %1").arg(QDir::toNativeSeparators(QDir::cleanPath(path))),
+                   LogInfo);
     return result == NucMapFile::SaveResult::Saved;
 }
 

@@ -5,6 +5,7 @@
 #include "OxCamera.h"
 #include "OxFeatureContainer.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -63,11 +64,17 @@ void NucSlotTransfer::uploadLocalMap()
 
 void NucSlotTransfer::downloadMap()
 {
-    const QString destination = m_model.port().saveFileName(
-        tr("Download File As"), m_model.storedMapDir(), tr("Bin (*.bin)"));
+    // Suggested: a name that says which camera and which entry it came from.
+    const NucMapSlot slot = m_model.currentSlot();
+    const QString suggested = QDir(m_model.storedMapDir())
+                                  .filePath(QStringLiteral("%1-%2.bin")
+                                                .arg(m_model.serialNumber(), slot.name));
+    QString destination =
+        m_model.port().saveFileName(tr("Download File As"), suggested, tr("Bin (*.bin)"));
     if (destination.isEmpty())
         return;
-    const NucMapSlot slot = m_model.currentSlot();
+    if (QFileInfo(destination).suffix().isEmpty())
+        destination += QStringLiteral(".bin");
     startDownload(destination, slot.name, slot.name);
 }
 

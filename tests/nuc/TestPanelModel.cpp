@@ -381,6 +381,7 @@ private slots:
         QVERIFY(NucMapFile::parse(file, &info, nullptr));
         QCOMPARE(info.kind, NucMapFile::Kind::UserMap);
         QCOMPARE(info.width, 64u);
+        QCOMPARE(b.port.logs, QStringList{"0 User map saved as " + folder + "/nuc_usermap1.ge3"});
 
         // Selecting a user map: its position + 5; an unknown name changes nothing.
         QVERIFY(b.model.setUserMap("NucUserMap0"));
@@ -414,7 +415,8 @@ private slots:
         QCOMPARE(b.port.tasks, (QStringList{"Upload", "Download"}));
         QCOMPARE(b.port.logs.mid(1),
                  (QStringList{"0 Upload device file nuc_usermap0.ge3: 4156 bytes written.",
-                              "0 Download device file nuc_usermap0.ge3: 4156 bytes written."}));
+                              "0 Download device file nuc_usermap0.ge3: 4156 bytes written.",
+                              "0 Downloaded map saved as " + folder + "/nuc_usermap0.ge3"}));
     }
 
     // Without user maps a local user map file must be named like a slot.
@@ -518,7 +520,8 @@ private slots:
         QVERIFY(b.generate(64, 32));
         const QByteArray map = b.savedMap(sim->path("local.bin"));
         NucMapTransfer& t = b.model.transfer();
-        b.port.answers = {sim->path("local.bin"), sim->path("back.bin")};
+        // A name typed without an extension gets the filter's.
+        b.port.answers = {sim->path("local.bin"), sim->path("back")};
         t.uploadLocalMap();
         QCOMPARE(sim->storedFile("GEN-1", "ShadingMap0"), map);
         t.downloadMap();
@@ -527,11 +530,15 @@ private slots:
         QCOMPARE(b.port.calls[0].filter, QString("*.bin"));
         QCOMPARE(b.port.calls[0].text, QString("/start"));
         QCOMPARE(b.port.calls[1].filter, QString("Bin (*.bin)"));
-        QCOMPARE(b.port.calls[1].text, QDir::cleanPath(sim->path(""))); // remembered
+        // In the remembered folder, named after the camera and the entry.
+        QCOMPARE(b.port.calls[1].text, QDir::cleanPath(sim->path("")) + "/" +
+                                           b.model.serialNumber() + "-ShadingMap0.bin");
+        QVERIFY(!b.model.serialNumber().isEmpty());
         QCOMPARE(b.port.tasks, (QStringList{"Upload Local File", "Download"}));
         QCOMPARE(b.port.logs.mid(1),
                  (QStringList{"0 Upload Local Map 'ShadingMap0': 4128 bytes written.",
-                              "0 Download device file ShadingMap0: 4128 bytes written."}));
+                              "0 Download device file ShadingMap0: 4128 bytes written.",
+                              "0 Downloaded map saved as " + sim->path("back.bin")}));
     }
 
     // A fault at each step of each File Access transfer: what the log says,

@@ -1,10 +1,12 @@
 #include "OrxNUShadingCorrection.h"
 
 #include "NucMapPacking.h"
+#include "NucMapStatistics.h"
 #include "NucMapPipeline.h"
 #include "NucMapTransfer.h"
 #include "NucTargets.h"
 #include "OrxDialogs.h"
+#include "OrxMapView.h"
 #include "OrxPixmapLabel.h"
 #include "OrxSettings.h"
 #include "OxCamera.h"
@@ -368,9 +370,28 @@ void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
         ui->btnSaveMapToFile->setEnabled(true);
         ui->btnUploadMapToCam->setEnabled(!locked);
         OrxDialogs::instance().information(this, title, tr("Generate map successful!"));
+        showGeneratedMap();
     } else {
         OrxDialogs::instance().critical(this, title, NucMapPipeline::generationFailedText());
     }
+}
+
+void OrxNUShadingCorrection::showGeneratedMap()
+{
+    if (mapView == nullptr) {
+        mapView = new OrxMapView(this);
+        mapView->setWindowFlag(Qt::Window);
+        mapView->resize(900, 600);
+    }
+    QStringList saturation;
+    const QString warning = NucMapStatistics::saturationWarning(input.brightMean);
+    if (!warning.isEmpty())
+        saturation << warning;
+    mapView->setMap(model.packedMap(), quint32(input.brightParams.width),
+                    quint32(input.brightParams.height),
+                    tr("Generated map for %1").arg(model.currentSlot().name), saturation);
+    mapView->show();
+    mapView->raise();
 }
 
 void OrxNUShadingCorrection::shading_map_reset()

@@ -19,6 +19,7 @@ class QListWidget;
 class QListWidgetItem;
 class QProgressDialog;
 class QPushButton;
+class OrxMapView;
 class OrxPixmapLabel;
 
 namespace Ui {
@@ -146,6 +147,8 @@ private:
     };
     SeriesWidgets widgets(Series which) const;
     void _deleteButtonClicked(Series which);
+    // The generated map in its own window, warnings included.
+    void showGeneratedMap();
     float targetGain() const;
     quint16 targetOffset() const;
 
@@ -163,4 +166,5 @@ private:
     void progress(bool finished, int value) override;
 
     Ui::OrxNUShadingCorrection* ui;
+    OrxMapView* mapView = nullptr;
 };

@@ -65,6 +65,15 @@ std::unique_ptr<NucMapTransfer> NucMapTransfer::choose(NucPanelModel& model)
 
 bool NucMapTransfer::confirmGeneratedUpload()
 {
+    // What the map view warns of is asked once more before the map goes out.
+    const QStringList warnings = m_model.mapWarnings();
+    if (!warnings.isEmpty() &&
+        !m_model.port().question(tr("Map Warnings"),
+                                 tr("The map may not be what you want:\n%1\nUpload it all the "
+                                    "same?")
+                                     .arg(warnings.join('\n')),
+                                 true))
+        return false;
     return m_model.port().question(
         tr("Upload Shadin Map"), tr("The uploaded map would overwrite the selected map '%1'.\nStart "
                                     "upload?")

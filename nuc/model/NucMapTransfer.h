@@ -65,8 +65,8 @@ public:
                            const OxMapEntry& entry);
 
 protected:
-    // "Upload Shadin Map": true when the operator agrees to overwrite the
-    // current entry.
+    // The map's warnings, if it has any (No by default), then "Upload Shadin
+    // Map": true when the operator agrees to send it over the current entry.
     bool confirmGeneratedUpload();
     // A file task that reads the device file into destination.
     void startDownload(const QString& destination, const QString& fileName,

@@ -3,6 +3,7 @@
 #include "NucFloatMap.h"
 #include "NucImageInput.h"
 #include "NucMapPacking.h"
+#include "NucMapStatistics.h"
 #include "NucMapTransfer.h"
 #include "NucPanelPort.h"
 #include "OrxSettings.h"
@@ -201,6 +202,21 @@ bool NucPanelModel::swapsWords() const
 NucMapPipeline::FileSpec NucPanelModel::fileSpec(NucMapFile::Kind kind) const
 {
     return {kind, quint32(m_mapId), swapsWords()};
+}
+
+QVector<quint16> NucPanelModel::packedMap() const
+{
+    return NucMapPacking::packedMap(m_input.darkParams, m_input.brightParams, m_input.bitDepth,
+                                    false);
+}
+
+QStringList NucPanelModel::mapWarnings() const
+{
+    QStringList warnings = NucMapStatistics::of(packedMap()).warnings();
+    const QString saturation = NucMapStatistics::saturationWarning(m_input.brightMean);
+    if (!saturation.isEmpty())
+        warnings << saturation;
+    return warnings;
 }
 
 bool NucPanelModel::saveMap(const QString& path)

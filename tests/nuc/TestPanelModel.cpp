@@ -238,19 +238,13 @@ private slots:
             QVERIFY(r.selectMap(0));
             QCOMPARE(b.feature("Shading_MapSelect").toLongLong(), 0);
         }
-        {
-            // User map cameras have no switch; the map is passed on, but the
-            // answer is always "not done".
-            Bound b(*sim, "USER-1");
-            NucMapTransfer& t = b.model.transfer();
-            bool on = true;
-            QVERIFY(!t.shadingCorrectionEnabled(&on));
-            QVERIFY(!t.setShadingCorrectionEnabled(true));
-            QVERIFY(!t.selectMap(QString("NucUserMap1")));
-            QVariant selected;
-            QVERIFY(t.selectedMap(selected));
-            QCOMPARE(selected.toString(), QString("NucUserMap1"));
-        }
+        // User map cameras have no switch; the selected map is "NucControl".
+        Bound b(*sim, "USER-1");
+        bool on = true;
+        QVERIFY(!b.model.transfer().shadingCorrectionEnabled(&on));
+        QVariant selected;
+        QVERIFY(b.model.transfer().selectedMap(selected));
+        QCOMPARE(selected.toString(), QString("Off"));
     }
 
     void mapFileBytes_data()
@@ -438,13 +432,18 @@ private slots:
         QTest::addColumn<QString>("faults");
         QTest::addColumn<int>("kept");        // bytes of the 4128-byte map the camera keeps
         QTest::addColumn<QStringList>("logs"); // after the backup's line, if one is kept
+        QTest::addColumn<float>("darkLevel");  // > 0: every offset code at 63
         const QString written = "0 Upload device file ShadingMap1: 4128 bytes written.";
         const QString noBackup = "2 No backup of the camera's map 'ShadingMap1': the download "
                                  "of ShadingMap1 failed after 0 bytes.";
         const QString readFails = R"({"failOperations": [{"operation": "Read", "chunk": 1}]})";
         QTest::newRow("yes") << "GEN-1" << QVariantList{true} << "{}" << 4128
-                             << QStringList{written};
-        QTest::newRow("no") << "GEN-1" << QVariantList{false} << "{}" << 0 << QStringList();
+                             << QStringList{written} << 0.0f;
+        QTest::newRow("no") << "GEN-1" << QVariantList{false} << "{}" << 0 << QStringList()
+                            << 0.0f;
+        // A map the view warns of is asked about first; No stops there.
+        QTest::newRow("warned, no") << "GEN-1" << QVariantList{false} << "{}" << 0
+                                    << QStringList() << 1e6f;
         // The camera closes the file it took only in part: no success, and
         // the log says why.
         QTest::newRow("camera keeps part of it")
@@ -452,13 +451,14 @@ private slots:
             << R"({"failOperations": [{"operation": "Write", "bytes": 4000}]})" << 4000
             << QStringList{"2 File Access Write of ShadingMap1 at byte 0 failed: the camera "
                            "moved 4000 of 4128 bytes.",
-                           "2 Upload device file ShadingMap1 failed: 4000 bytes written."};
+                           "2 Upload device file ShadingMap1 failed: 4000 bytes written."}
+            << 0.0f;
         // Without a backup the map goes up only when the operator says so.
         QTest::newRow("backup fails, no upload")
-            << "PART-1" << QVariantList{true} << readFails << 0 << QStringList{noBackup};
+            << "PART-1" << QVariantList{true} << readFails << 0 << QStringList{noBackup} << 0.0f;
         QTest::newRow("backup fails, uploaded all the same")
             << "PART-1" << QVariantList{true, true} << readFails << 4128
-            << QStringList{noBackup, written};
+            << QStringList{noBackup, written} << 0.0f;
     }
 
     void generatedMapUpload()
@@ -468,10 +468,13 @@ private slots:
         QFETCH(QString, faults);
         QFETCH(int, kept);
         QFETCH(QStringList, logs);
+        QFETCH(float, darkLevel);
         const QByteArray plainId = id.toLatin1();
         Bound b(*sim, plainId.constData());
         b.model.setCurrent(1);
         QVERIFY(b.generate(64, 32));
+        if (darkLevel > 0)
+            std::fill_n(b.input.darkParams.map.get(), 64 * 32, darkLevel);
         const QByteArray map = b.savedMap(sim->path("gen.bin"));
         QCOMPARE(map.mid(12, 4), QByteArray::fromHex("04200000")); // map id 8196
         // The camera's map before: another map of the slot.
@@ -491,12 +494,16 @@ private slots:
         b.port.tasks.clear();
         b.port.answers = answers;
         b.model.transfer().uploadGeneratedMap();
-        QStringList titles{"question Upload Shadin Map"};
+        QStringList titles{darkLevel > 0 ? "question Map Warnings" : "question Upload Shadin Map"};
         if (logs.value(0).contains("No backup"))
             titles << "question Map Backup";
         QCOMPARE(b.port.titles(), titles);
-        QCOMPARE(b.port.calls[0].text, QString("The uploaded map would overwrite the selected map "
-                                               "'ShadingMap1'.\nStart upload?"));
+        QCOMPARE(b.port.calls[0].text,
+                 darkLevel > 0 ? QString("The map may not be what you want:\nthe dark level is "
+                                         "above what the map can subtract: check the dark images "
+                                         "or the target offset\nUpload it all the same?")
+                               : QString("The uploaded map would overwrite the selected map "
+                                         "'ShadingMap1'.\nStart upload?"));
         QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), kept ? map.left(kept) : before);
         // A backup holds the camera's previous map byte for byte, and its
         // path is logged.

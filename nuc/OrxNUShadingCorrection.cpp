@@ -55,6 +55,13 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     }
     connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
             &OrxNUShadingCorrection::finishFileTask, Qt::UniqueConnection);
+    // Beside the download: a backup kept before an upload goes back.
+    restoreButton = new QPushButton(tr("Restore Previous Map…"), this);
+    restoreButton->setObjectName(QStringLiteral("btnRestorePreviousMap"));
+    restoreButton->setEnabled(false);
+    ui->btnDownloadMapToFile->parentWidget()->layout()->addWidget(restoreButton);
+    connect(restoreButton, &QPushButton::clicked, this,
+            [this] { model.transfer().restoreBackup(); });
     // The main actions from the keyboard; a tooltip names each key.
     const std::pair<QPushButton*, QKeySequence> shortcuts[] = {
         {ui->btnGenerateMap, QKeySequence(Qt::CTRL + Qt::Key_G)},
@@ -116,6 +123,7 @@ void OrxNUShadingCorrection::enableButtons()
     const bool uploadAllowed = model.uploadAllowed();
     ui->btnDownloadMapToFile->setEnabled(model.downloadAllowed());
     ui->btnUploadLocalMap->setEnabled(uploadAllowed);
+    restoreButton->setEnabled(uploadAllowed && !model.registerAccess());
     ui->btnUploadMapToCam->setEnabled(uploadAllowed && imagesLoaded);
     ui->btnSaveMapToFile->setEnabled(imagesLoaded);
 }
@@ -567,6 +575,12 @@ QString OrxNUShadingCorrection::existingDirectory(Owner owner, const QString& ti
         options |= QFileDialog::DontResolveSymlinks;
     return OrxDialogs::instance().getExistingDirectory(owner == Owner::Panel ? this : nullptr,
                                                        title, dir, options);
+}
+
+int OrxNUShadingCorrection::chooseItem(const QString& title, const QString& label,
+                                       const QStringList& items)
+{
+    return OrxDialogs::instance().getItem(this, title, label, items);
 }
 
 void OrxNUShadingCorrection::log(const QString& text, LogType type)

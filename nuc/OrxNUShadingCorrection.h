@@ -160,6 +160,7 @@ private:
     QString saveFileName(const QString& title, const QString& dir, const QString& filter) override;
     QString existingDirectory(Owner owner, const QString& title, const QString& dir,
                               bool resolveLinks) override;
+    int chooseItem(const QString& title, const QString& label, const QStringList& items) override;
     void log(const QString& text, LogType type) override;
     // One transfer at a time: the transfer buttons stay off until it ends.
     void startFileTask(const QString& name, std::function<bool()> work) override;
@@ -167,4 +168,5 @@ private:
 
     Ui::OrxNUShadingCorrection* ui;
     OrxMapView* mapView = nullptr;
+    QPushButton* restoreButton = nullptr;
 };

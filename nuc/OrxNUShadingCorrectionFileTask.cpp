@@ -14,6 +14,7 @@ void OrxNUShadingCorrection::startFileTask(const QString& name, std::function<bo
     ui->btnUploadMapToCam->setEnabled(false);
     ui->btnUploadLocalMap->setEnabled(false);
     ui->btnDownloadMapToFile->setEnabled(false);
+    restoreButton->setEnabled(false);
     fileTaskWatcher.setObjectName(name);
     fileTaskWatcher.setFuture(QtConcurrent::run(std::move(work)));
 }

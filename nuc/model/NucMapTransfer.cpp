@@ -102,6 +102,34 @@ void NucMapTransfer::uploadUserMap()
                                                             m_model.currentSlot(), image));
 }
 
+void NucMapTransfer::restoreBackup()
+{
+    NucPanelPort& port = m_model.port();
+    const NucMapSlot slot = m_model.currentSlot();
+    const QString title = tr("Restore Previous Map");
+    const QList<NucMapBackups::Backup> backups =
+        NucMapBackups().list(m_model.serialNumber(), slot.name);
+    if (backups.isEmpty()) {
+        port.information(title, tr("No backup of '%1' is kept for this camera.").arg(slot.name));
+        return;
+    }
+    QStringList items;
+    for (const NucMapBackups::Backup& backup : backups)
+        items << NucMapBackups::describe(backup);
+    const int chosen =
+        port.chooseItem(title, tr("Backups of '%1', newest first:").arg(slot.name), items);
+    if (chosen < 0 || chosen >= backups.size())
+        return;
+    QFile file(backups[chosen].path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        port.information(title, tr("Cannot read %1").arg(QDir::toNativeSeparators(file.fileName())));
+        return;
+    }
+    port.startFileTask(QStringLiteral("Restore"), uploadTask(port, m_model.camera(),
+                                                             m_model.serialNumber(), slot,
+                                                             file.readAll()));
+}
+
 bool NucMapTransfer::keepBackup(NucPanelPort& port, OxCamera* camera, const QString& serial,
                                 const OxMapEntry& entry)
 {

@@ -45,6 +45,9 @@ public:
     virtual void uploadLocalMap() = 0;
     // "Download Map To File".
     virtual void downloadMap() = 0;
+    // "Restore Previous Map…": one of the current entry's backups, chosen by
+    // the operator, goes back to the camera (its map now kept as a backup).
+    void restoreBackup();
 
     // The camera's shading correction switch and selected map, this camera's
     // way.

@@ -518,6 +518,19 @@ private slots:
         QCOMPARE(b.port.tasks.size(), answers[0].toBool() ? 1 : 0);
         if (!b.port.tasks.isEmpty())
             QCOMPARE(b.port.tasks[0].endsWith("failed"), kept != map.size());
+        if (!backedUp || kept != map.size())
+            return;
+        // "Restore Previous Map…" lists the backups, newest first, and brings
+        // the chosen one back.
+        b.port.answers = {0};
+        b.model.transfer().restoreBackup();
+        QCOMPARE(b.port.last().kind, QString("item"));
+        QStringList items;
+        for (const NucMapBackups::Backup& backup : now)
+            items << NucMapBackups::describe(backup);
+        QCOMPARE(b.port.last().filter.split('\n'), items);
+        QCOMPARE(sim->storedFile(plainId, "ShadingMap1"), before);
+        QCOMPARE(b.port.tasks.last(), QString("Restore"));
     }
 
     void localUploadAndDownload()

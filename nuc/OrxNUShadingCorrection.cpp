@@ -1,8 +1,8 @@
 #include "OrxNUShadingCorrection.h"
 
 #include "NucMapPacking.h"
-#include "NucMapStatistics.h"
 #include "NucMapPipeline.h"
+#include "NucMapStatistics.h"
 #include "NucMapTransfer.h"
 #include "NucTargets.h"
 #include "OrxDialogs.h"

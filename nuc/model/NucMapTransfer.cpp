@@ -32,20 +32,18 @@ QString failedSuffix(bool ok)
 std::function<bool()> uploadTask(NucPanelPort& port, OxCamera* camera, const QString& serial,
                                  const OxMapEntry& entry, const QByteArray& image)
 {
-    const QString fileName = entry.fileName;
-    const QString selector = entry.selector;
-    return [&port, camera, serial, entry, image, fileName, selector] {
+    return [&port, camera, serial, entry, image] {
         if (!NucMapTransfer::keepBackup(port, camera, serial, entry))
             return false;
         long written = 0;
         // A file the camera took only in part is a failed upload.
         const bool ok = camera != nullptr &&
                         camera->UploadBuffer(std::vector<unsigned char>(image.begin(), image.end()),
-                                             fileName.toUtf8().constData(),
-                                             selector.toUtf8().constData(), &written) &&
+                                             entry.fileName.toUtf8().constData(),
+                                             entry.selector.toUtf8().constData(), &written) &&
                         written == image.size();
         port.log(NucMapTransfer::tr("Upload device file %1: %2 bytes written.")
-                     .arg(fileName + failedSuffix(ok))
+                     .arg(entry.fileName + failedSuffix(ok))
                      .arg(written),
                  ok ? LogInfo : LogError);
         return ok;
@@ -75,9 +73,10 @@ bool NucMapTransfer::confirmGeneratedUpload()
                                  true))
         return false;
     return m_model.port().question(
-        tr("Upload Shadin Map"), tr("The uploaded map would overwrite the selected map '%1'.\nStart "
-                                    "upload?")
-                                     .arg(m_model.currentSlot().name));
+        tr("Upload Shadin Map"),
+        tr("The uploaded map would overwrite the selected map '%1'.\nStart "
+           "upload?")
+            .arg(m_model.currentSlot().name));
 }
 
 void NucMapTransfer::uploadGeneratedMap()
@@ -87,9 +86,9 @@ void NucMapTransfer::uploadGeneratedMap()
     NucPanelPort& port = m_model.port();
     const QByteArray image =
         NucMapPipeline::fileImage(m_model.input(), m_model.fileSpec(NucMapFile::Kind::Bin));
-    port.startFileTask(QStringLiteral("Upload Generated Map"),
-                       uploadTask(port, m_model.camera(), m_model.serialNumber(),
-                                  m_model.currentSlot(), image));
+    port.startFileTask(
+        QStringLiteral("Upload Generated Map"),
+        uploadTask(port, m_model.camera(), m_model.serialNumber(), m_model.currentSlot(), image));
 }
 
 void NucMapTransfer::uploadUserMap()
@@ -97,9 +96,9 @@ void NucMapTransfer::uploadUserMap()
     const QByteArray image =
         NucMapPipeline::fileImage(m_model.input(), m_model.fileSpec(NucMapFile::Kind::UserMap));
     NucPanelPort& port = m_model.port();
-    port.startFileTask(QStringLiteral("Upload"), uploadTask(port, m_model.camera(),
-                                                            m_model.serialNumber(),
-                                                            m_model.currentSlot(), image));
+    port.startFileTask(
+        QStringLiteral("Upload"),
+        uploadTask(port, m_model.camera(), m_model.serialNumber(), m_model.currentSlot(), image));
 }
 
 void NucMapTransfer::restoreBackup()
@@ -122,12 +121,13 @@ void NucMapTransfer::restoreBackup()
         return;
     QFile file(backups[chosen].path);
     if (!file.open(QIODevice::ReadOnly)) {
-        port.information(title, tr("Cannot read %1").arg(QDir::toNativeSeparators(file.fileName())));
+        port.information(title,
+                         tr("Cannot read %1").arg(QDir::toNativeSeparators(file.fileName())));
         return;
     }
-    port.startFileTask(QStringLiteral("Restore"), uploadTask(port, m_model.camera(),
-                                                             m_model.serialNumber(), slot,
-                                                             file.readAll()));
+    port.startFileTask(
+        QStringLiteral("Restore"),
+        uploadTask(port, m_model.camera(), m_model.serialNumber(), slot, file.readAll()));
 }
 
 bool NucMapTransfer::keepBackup(NucPanelPort& port, OxCamera* camera, const QString& serial,
@@ -214,30 +214,30 @@ void NucMapTransfer::startDownload(const QString& destination, const QString& fi
 {
     NucPanelPort& port = m_model.port();
     OxCamera* camera = m_model.camera();
-    port.startFileTask(
-        QStringLiteral("Download"), [&port, camera, destination, fileName, selector] {
-            long read = 0;
-            const bool ok = camera != nullptr &&
-                            camera->DownloadDeviceFile(QFile::encodeName(destination).constData(),
-                                                       fileName.toUtf8().constData(),
-                                                       selector.toUtf8().constData(), &read);
-            // "written" also for downloads: the bytes written into the local file.
-            port.log(tr("Download device file %1: %2 bytes written.")
-                         .arg(fileName + failedSuffix(ok))
+    port.startFileTask(QStringLiteral("Download"), [&port, camera, destination, fileName,
+                                                    selector] {
+        long read = 0;
+        const bool ok = camera != nullptr &&
+                        camera->DownloadDeviceFile(QFile::encodeName(destination).constData(),
+                                                   fileName.toUtf8().constData(),
+                                                   selector.toUtf8().constData(), &read);
+        // "written" also for downloads: the bytes written into the local file.
+        port.log(tr("Download device file %1: %2 bytes written.")
+                     .arg(fileName + failedSuffix(ok))
+                     .arg(read),
+                 ok ? LogInfo : LogError);
+        if (ok)
+            port.log(tr("Downloaded map saved as %1").arg(QDir::toNativeSeparators(destination)),
+                     LogInfo);
+        // What a failed download read stays on disk; the operator must not
+        // take it for a map.
+        else if (QFile::exists(destination))
+            port.log(tr("Partial file left by the failed download: %1 (%2 bytes).")
+                         .arg(QDir::toNativeSeparators(destination))
                          .arg(read),
-                     ok ? LogInfo : LogError);
-            if (ok)
-                port.log(tr("Downloaded map saved as %1").arg(QDir::toNativeSeparators(destination)),
-                         LogInfo);
-            // What a failed download read stays on disk; the operator must not
-            // take it for a map.
-            else if (QFile::exists(destination))
-                port.log(tr("Partial file left by the failed download: %1 (%2 bytes).")
-                             .arg(QDir::toNativeSeparators(destination))
-                             .arg(read),
-                         LogWarning);
-            return ok;
-        });
+                     LogWarning);
+        return ok;
+    });
     m_model.rememberMapDir(destination);
 }
 

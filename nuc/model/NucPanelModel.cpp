@@ -319,7 +319,8 @@ bool NucPanelModel::loadUserMap(QString dir)
     setUserMap(currentSlot().name);
     long bytesWritten = 0;
     const bool uploaded =
-        m_camera && NucMapTransfer::keepBackup(m_port, m_camera.get(), serialNumber(), currentSlot()) &&
+        m_camera &&
+        NucMapTransfer::keepBackup(m_port, m_camera.get(), serialNumber(), currentSlot()) &&
         m_camera->UploadLocalFile(QFile::encodeName(fileName).constData(),
                                   QFile::encodeName(path).constData(), "Userfile", &bytesWritten) &&
         bytesWritten == QFileInfo(path).size();

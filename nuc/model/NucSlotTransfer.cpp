@@ -42,23 +42,23 @@ void NucSlotTransfer::uploadLocalMap()
     const QString name = slot.name;
     const QString serial = m_model.serialNumber();
     OxCamera* camera = m_model.camera();
-    port.startFileTask(QStringLiteral("Upload Local File"), [&port, camera, serial, slot, name,
-                                                             path] {
-        if (!keepBackup(port, camera, serial, slot))
-            return false;
-        long written = 0;
-        const QByteArray file = name.toUtf8();
-        const bool ok =
-            camera != nullptr &&
-            camera->UploadLocalFile(file.constData(), QFile::encodeName(path).constData(),
-                                    file.constData(), &written) &&
-            written == QFileInfo(path).size();
-        port.log(tr("Upload Local Map '%1'%2: %3 bytes written.")
-                     .arg(name, ok ? QString() : QStringLiteral(" failed"))
-                     .arg(written),
-                 ok ? LogInfo : LogError);
-        return ok;
-    });
+    port.startFileTask(
+        QStringLiteral("Upload Local File"), [&port, camera, serial, slot, name, path] {
+            if (!keepBackup(port, camera, serial, slot))
+                return false;
+            long written = 0;
+            const QByteArray file = name.toUtf8();
+            const bool ok =
+                camera != nullptr &&
+                camera->UploadLocalFile(file.constData(), QFile::encodeName(path).constData(),
+                                        file.constData(), &written) &&
+                written == QFileInfo(path).size();
+            port.log(tr("Upload Local Map '%1'%2: %3 bytes written.")
+                         .arg(name, ok ? QString() : QStringLiteral(" failed"))
+                         .arg(written),
+                     ok ? LogInfo : LogError);
+            return ok;
+        });
     m_model.rememberMapDir(path);
 }
 
@@ -66,9 +66,9 @@ void NucSlotTransfer::downloadMap()
 {
     // Suggested: a name that says which camera and which entry it came from.
     const NucMapSlot slot = m_model.currentSlot();
-    const QString suggested = QDir(m_model.storedMapDir())
-                                  .filePath(QStringLiteral("%1-%2.bin")
-                                                .arg(m_model.serialNumber(), slot.name));
+    const QString suggested =
+        QDir(m_model.storedMapDir())
+            .filePath(QStringLiteral("%1-%2.bin").arg(m_model.serialNumber(), slot.name));
     QString destination =
         m_model.port().saveFileName(tr("Download File As"), suggested, tr("Bin (*.bin)"));
     if (destination.isEmpty())

@@ -566,8 +566,8 @@ private slots:
         dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadLocalMap")->click();
         QVERIFY(finished(dialogs, "Upload Local File Error occurs during File Access."));
-        QCOMPARE(titles(dialogs), (QStringList{"Upload Local Map", "Upload Local Map",
-                                               "Map Backup", "File Access"}));
+        QCOMPARE(titles(dialogs), (QStringList{"Upload Local Map", "Upload Local Map", "Map Backup",
+                                               "File Access"}));
         QCOMPARE(dialogs.calls[0].text,
                  QString("The uploaded map would overwrite the selected map 'ShadingMap0'.\n"
                          "Do you want to proceed?"));
@@ -590,11 +590,10 @@ private slots:
         // 655392 bytes: 11 chunks, reported after each while reading the
         // backup, after the first nine while writing.
         const QString done = "Upload Generated Map task has been successfully done.";
-        QTest::newRow("eleven chunks")
-            << "BIG-1" << 640 << 512 << "{}"
-            << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 99, 100,
-                          0, 11, 22, 33, 44, 55, 66, 77, 88, 100}
-            << done;
+        QTest::newRow("eleven chunks") << "BIG-1" << 640 << 512 << "{}"
+                                       << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 99, 100,
+                                                     0, 11, 22, 33, 44, 55, 66, 77, 88, 100}
+                                       << done;
         QTest::newRow("two chunks") << "TWO-1" << 300 << 200 << "{}" << QList<int>{0, 100} << done;
         // The dialog goes with the failed transfer, at 44 %.
         QTest::newRow("fails part-way")

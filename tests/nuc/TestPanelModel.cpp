@@ -430,7 +430,7 @@ private slots:
         QTest::addColumn<QString>("id");
         QTest::addColumn<QVariantList>("answers");
         QTest::addColumn<QString>("faults");
-        QTest::addColumn<int>("kept");        // bytes of the 4128-byte map the camera keeps
+        QTest::addColumn<int>("kept");         // bytes of the 4128-byte map the camera keeps
         QTest::addColumn<QStringList>("logs"); // after the backup's line, if one is kept
         QTest::addColumn<float>("darkLevel");  // > 0: every offset code at 63
         const QString written = "0 Upload device file ShadingMap1: 4128 bytes written.";
@@ -439,11 +439,10 @@ private slots:
         const QString readFails = R"({"failOperations": [{"operation": "Read", "chunk": 1}]})";
         QTest::newRow("yes") << "GEN-1" << QVariantList{true} << "{}" << 4128
                              << QStringList{written} << 0.0f;
-        QTest::newRow("no") << "GEN-1" << QVariantList{false} << "{}" << 0 << QStringList()
-                            << 0.0f;
+        QTest::newRow("no") << "GEN-1" << QVariantList{false} << "{}" << 0 << QStringList() << 0.0f;
         // A map the view warns of is asked about first; No stops there.
-        QTest::newRow("warned, no") << "GEN-1" << QVariantList{false} << "{}" << 0
-                                    << QStringList() << 1e6f;
+        QTest::newRow("warned, no")
+            << "GEN-1" << QVariantList{false} << "{}" << 0 << QStringList() << 1e6f;
         // The camera closes the file it took only in part: no success, and
         // the log says why.
         QTest::newRow("camera keeps part of it")
@@ -568,7 +567,7 @@ private slots:
     {
         QTest::addColumn<QString>("transfer");
         QTest::addColumn<QString>("faults");
-        QTest::addColumn<int>("partial"); // download: bytes left in the local file
+        QTest::addColumn<int>("partial");    // download: bytes left in the local file
         QTest::addColumn<QString>("reason"); // logged before the transfer's own line
 
         // The map file is 655392 bytes: ten chunks of 65536 and one of 32.
@@ -581,8 +580,7 @@ private slots:
             const char* reason = nullptr; // the camera layer's log line (%1 as above)
         } steps[] = {
             {"open", R"({"failOperations": [{"operation": "Open"}]})", 0},
-            {"middle chunk", R"({"failOperations": [{"operation": "%1", "chunk": 6}]})",
-             5 * chunk},
+            {"middle chunk", R"({"failOperations": [{"operation": "%1", "chunk": 6}]})", 5 * chunk},
             {"close", R"({"failOperations": [{"operation": "Close"}]})", size},
             // The camera's execute succeeds; only its report tells.
             {"chunk fails in its status",

@@ -82,8 +82,11 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
 
 OrxNUShadingCorrection::~OrxNUShadingCorrection()
 {
-    // A transfer still running works on the camera; it has to end first.
-    fileTaskWatcher.waitForFinished();
+    // A transfer still running works on the camera; it has to end first,
+    // unreported.
+    disconnect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
+               &OrxNUShadingCorrection::finishFileTask);
+    waitForFileTask();
     delete ui;
 }
 
@@ -133,10 +136,10 @@ void OrxNUShadingCorrection::Reset()
     QFuture<bool> task = fileTaskWatcher.future();
     if (task.isRunning())
         task.cancel();
-    fileTaskWatcher.waitForFinished();
     // The end of a task cut short here must not report on a camera that is gone.
     disconnect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
                &OrxNUShadingCorrection::finishFileTask);
+    waitForFileTask();
 
     model.reset();
     input.reset();
@@ -545,7 +548,7 @@ bool OrxNUShadingCorrection::question(const QString& title, const QString& text,
     if (QThread::currentThread() != thread()) {
         bool answer = false;
         QMetaObject::invokeMethod(
-            this, [&] { answer = question(title, text, noByDefault); },
+            this, [&] { answer = !closingFileTask && question(title, text, noByDefault); },
             Qt::BlockingQueuedConnection);
         return answer;
     }

@@ -165,8 +165,11 @@ private:
     // One transfer at a time: the transfer buttons stay off until it ends.
     void startFileTask(const QString& name, std::function<bool()> work) override;
     void progress(bool finished, int value) override;
+    // Waits for the file task to end, answering what it asks meanwhile.
+    void waitForFileTask();
 
     Ui::OrxNUShadingCorrection* ui;
     OrxMapView* mapView = nullptr;
     QPushButton* restoreButton = nullptr;
+    bool closingFileTask = false;
 };

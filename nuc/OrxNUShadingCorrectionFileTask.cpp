@@ -5,6 +5,7 @@
 #include "OxCamera.h"
 #include "ui_OrxNUShadingCorrection.h"
 
+#include <QEventLoop>
 #include <QProgressDialog>
 #include <QtConcurrent>
 
@@ -17,6 +18,19 @@ void OrxNUShadingCorrection::startFileTask(const QString& name, std::function<bo
     restoreButton->setEnabled(false);
     fileTaskWatcher.setObjectName(name);
     fileTaskWatcher.setFuture(QtConcurrent::run(std::move(work)));
+}
+
+void OrxNUShadingCorrection::waitForFileTask()
+{
+    // The task may be waiting for this thread to answer a question; while
+    // closing it gets No without a box, so the wait cannot lock up.
+    closingFileTask = true;
+    QEventLoop loop;
+    connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, &loop, &QEventLoop::quit);
+    if (!fileTaskWatcher.isFinished())
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    fileTaskWatcher.waitForFinished();
+    closingFileTask = false;
 }
 
 void OrxNUShadingCorrection::finishFileTask()

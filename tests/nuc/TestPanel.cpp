@@ -682,6 +682,24 @@ private slots:
         dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadMapToCam")->click();
         QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
+
+        // A task that waits for the answer to its backup question when Reset
+        // comes gets No, without a box, and Reset returns.
+        dialogs.calls.clear();
+        Panel failing;
+        QVERIFY(bindWithMap(failing, dialogs, "FAIL-1", 64, 32));
+        const auto opens = [&] {
+            return sim->trace("FAIL-1").count("FileOperationSelector set Open");
+        };
+        const int before = opens();
+        dialogs.answer(QMessageBox::Yes);
+        failing.button("btnUploadMapToCam")->click();
+        // Waited for without handling events: the question stays queued.
+        for (QDeadlineTimer limit(5000); opens() == before && !limit.hasExpired();)
+            QThread::msleep(5);
+        failing.Reset();
+        QCoreApplication::processEvents();
+        QCOMPARE(titles(dialogs), QStringList{"Upload Shadin Map"});
     }
 };
 

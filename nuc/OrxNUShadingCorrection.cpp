@@ -20,6 +20,8 @@
 #include <QProgressDialog>
 #include <QThread>
 
+#include <limits>
+
 namespace {
 
 // Directories are compared as the file system spells them, with case.
@@ -246,6 +248,10 @@ void OrxNUShadingCorrection::_addSelectedFiles(Series which)
     QProgressDialog progress(tr("Loading images..."), tr("Cancel"), 0, paths.size(), this);
     progress.setWindowTitle(tr("Image paths"));
     progress.setWindowModality(Qt::WindowModal);
+    // Shown at once for several files, never later: a progress dialog that
+    // appears after a while would open over a refusal box waiting for its
+    // answer. A single file shows none.
+    progress.setMinimumDuration(paths.size() > 1 ? 0 : std::numeric_limits<int>::max());
     for (int i = 0; i < paths.size(); ++i) {
         progress.setLabelText(tr("Loading file %1 of %2").arg(i + 1).arg(paths.size()));
         progress.setValue(i);

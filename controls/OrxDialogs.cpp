@@ -56,6 +56,13 @@ public:
     {
         return QFileDialog::getExistingDirectory(parent, caption, dir, options);
     }
+    int getItem(QWidget* parent, const QString& title, const QString& label,
+                const QStringList& items) override
+    {
+        bool ok = false;
+        const QString item = QInputDialog::getItem(parent, title, label, items, 0, false, &ok);
+        return ok ? items.indexOf(item) : -1;
+    }
     QString getText(QWidget* parent, const QString& title, const QString& label,
                     const QString& text, bool* ok) override
     {

@@ -45,6 +45,9 @@ public:
         QWidget* parent, const QString& caption, const QString& dir,
         QFileDialog::Options options = QFileDialog::ShowDirsOnly |
                                        QFileDialog::DontResolveSymlinks) = 0;
+    // One of items (its position), or -1 when the user cancelled.
+    virtual int getItem(QWidget* parent, const QString& title, const QString& label,
+                        const QStringList& items) = 0;
     // A line of text; *ok is false when the user cancelled.
     virtual QString getText(QWidget* parent, const QString& title, const QString& label,
                             const QString& text, bool* ok) = 0;

@@ -328,8 +328,10 @@ void CameraDiscoveryWidget::Update_lblRefreshInfo()
 
 bool CameraDiscoveryWidget::canOpen(const QModelIndex& index) const
 {
+    // A model this program does not serve still opens: the assistant then
+    // says so in the log. Only a camera held elsewhere cannot be opened.
     return index.isValid() && !m_model->hasChildren(index) &&
-           m_model->GetCameraOpenRefusal(index).isEmpty();
+           m_model->flags(index).testFlag(Qt::ItemIsEnabled);
 }
 
 void CameraDiscoveryWidget::_updateOpenButton()
@@ -360,7 +362,7 @@ bool CameraDiscoveryWidget::eventFilter(QObject* watched, QEvent* event)
         (type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick)) {
         const QModelIndex row = m_tree->indexAt(static_cast<QMouseEvent*>(event)->pos());
         if (showOpenRefusal(row))
-            return type == QEvent::MouseButtonDblClick;
+            return type == QEvent::MouseButtonDblClick && !canOpen(row);
         if (m_showsRefusal)
             Update_lblRefreshInfo();
     }
@@ -375,7 +377,7 @@ void CameraDiscoveryWidget::OnCameraStatusChanged(bool status)
         return;
     const QString extId = model->GetCameraExtId(current);
     if (status) {
-        // Cameras held elsewhere or of models the assistant does not serve stay closed.
+        // Cameras held elsewhere stay closed.
         if (canOpen(current))
             emit CameraOpened(extId);
     } else {

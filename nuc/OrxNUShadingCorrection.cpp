@@ -2,9 +2,11 @@
 
 #include "NucMapPacking.h"
 #include "NucMapPipeline.h"
+#include "NucMapStatistics.h"
 #include "NucMapTransfer.h"
 #include "NucTargets.h"
 #include "OrxDialogs.h"
+#include "OrxMapView.h"
 #include "OrxPixmapLabel.h"
 #include "OrxSettings.h"
 #include "OxCamera.h"
@@ -16,6 +18,9 @@
 #include <QFileInfo>
 #include <QItemSelectionModel>
 #include <QProgressDialog>
+#include <QThread>
+
+#include <limits>
 
 namespace {
 
@@ -52,6 +57,24 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     }
     connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
             &OrxNUShadingCorrection::finishFileTask, Qt::UniqueConnection);
+    // Beside the download: a backup kept before an upload goes back.
+    restoreButton = new QPushButton(tr("Restore Previous Map…"), this);
+    restoreButton->setObjectName(QStringLiteral("btnRestorePreviousMap"));
+    restoreButton->setEnabled(false);
+    ui->btnDownloadMapToFile->parentWidget()->layout()->addWidget(restoreButton);
+    connect(restoreButton, &QPushButton::clicked, this,
+            [this] { model.transfer().restoreBackup(); });
+    // The main actions from the keyboard; a tooltip names each key.
+    const std::pair<QPushButton*, QKeySequence> shortcuts[] = {
+        {ui->btnGenerateMap, QKeySequence(Qt::CTRL + Qt::Key_G)},
+        {ui->btnSaveMapToFile, QKeySequence::Save},
+        {ui->btnUploadMapToCam, QKeySequence(Qt::CTRL + Qt::Key_U)},
+        {ui->btnUploadLocalMap, QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_U)},
+        {ui->btnDownloadMapToFile, QKeySequence(Qt::CTRL + Qt::Key_D)}};
+    for (const auto& [button, keys] : shortcuts) {
+        button->setShortcut(keys);
+        button->setToolTip(keys.toString(QKeySequence::NativeText));
+    }
     // The selector shows the model's slots; its current entry is the model's.
     connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             [this](int index) { model.setCurrent(index); });
@@ -61,8 +84,11 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
 
 OrxNUShadingCorrection::~OrxNUShadingCorrection()
 {
-    // A transfer still running works on the camera; it has to end first.
-    fileTaskWatcher.waitForFinished();
+    // A transfer still running works on the camera; it has to end first,
+    // unreported.
+    disconnect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
+               &OrxNUShadingCorrection::finishFileTask);
+    waitForFileTask();
     delete ui;
 }
 
@@ -102,6 +128,7 @@ void OrxNUShadingCorrection::enableButtons()
     const bool uploadAllowed = model.uploadAllowed();
     ui->btnDownloadMapToFile->setEnabled(model.downloadAllowed());
     ui->btnUploadLocalMap->setEnabled(uploadAllowed);
+    restoreButton->setEnabled(uploadAllowed && !model.registerAccess());
     ui->btnUploadMapToCam->setEnabled(uploadAllowed && imagesLoaded);
     ui->btnSaveMapToFile->setEnabled(imagesLoaded);
 }
@@ -111,10 +138,10 @@ void OrxNUShadingCorrection::Reset()
     QFuture<bool> task = fileTaskWatcher.future();
     if (task.isRunning())
         task.cancel();
-    fileTaskWatcher.waitForFinished();
     // The end of a task cut short here must not report on a camera that is gone.
     disconnect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
                &OrxNUShadingCorrection::finishFileTask);
+    waitForFileTask();
 
     model.reset();
     input.reset();
@@ -221,6 +248,10 @@ void OrxNUShadingCorrection::_addSelectedFiles(Series which)
     QProgressDialog progress(tr("Loading images..."), tr("Cancel"), 0, paths.size(), this);
     progress.setWindowTitle(tr("Image paths"));
     progress.setWindowModality(Qt::WindowModal);
+    // Shown at once for several files, never later: a progress dialog that
+    // appears after a while would open over a refusal box waiting for its
+    // answer. A single file shows none.
+    progress.setMinimumDuration(paths.size() > 1 ? 0 : std::numeric_limits<int>::max());
     for (int i = 0; i < paths.size(); ++i) {
         progress.setLabelText(tr("Loading file %1 of %2").arg(i + 1).arg(paths.size()));
         progress.setValue(i);
@@ -356,9 +387,28 @@ void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
         ui->btnSaveMapToFile->setEnabled(true);
         ui->btnUploadMapToCam->setEnabled(!locked);
         OrxDialogs::instance().information(this, title, tr("Generate map successful!"));
+        showGeneratedMap();
     } else {
         OrxDialogs::instance().critical(this, title, NucMapPipeline::generationFailedText());
     }
+}
+
+void OrxNUShadingCorrection::showGeneratedMap()
+{
+    if (mapView == nullptr) {
+        mapView = new OrxMapView(this);
+        mapView->setWindowFlag(Qt::Window);
+        mapView->resize(900, 600);
+    }
+    QStringList saturation;
+    const QString warning = NucMapStatistics::saturationWarning(input.brightMean);
+    if (!warning.isEmpty())
+        saturation << warning;
+    mapView->setMap(model.packedMap(), quint32(input.brightParams.width),
+                    quint32(input.brightParams.height),
+                    tr("Generated map for %1").arg(model.currentSlot().name), saturation);
+    mapView->show();
+    mapView->raise();
 }
 
 void OrxNUShadingCorrection::shading_map_reset()
@@ -499,6 +549,15 @@ void OrxNUShadingCorrection::information(const QString& title, const QString& te
 
 bool OrxNUShadingCorrection::question(const QString& title, const QString& text, bool noByDefault)
 {
+    // Asked from the file task (a backup that failed): the box opens on the
+    // panel's thread while the task waits for the answer.
+    if (QThread::currentThread() != thread()) {
+        bool answer = false;
+        QMetaObject::invokeMethod(
+            this, [&] { answer = !closingFileTask && question(title, text, noByDefault); },
+            Qt::BlockingQueuedConnection);
+        return answer;
+    }
     return OrxDialogs::instance().question(this, title, text, QMessageBox::Yes | QMessageBox::No,
                                            noByDefault ? QMessageBox::No : QMessageBox::NoButton) ==
            QMessageBox::Yes;
@@ -525,6 +584,12 @@ QString OrxNUShadingCorrection::existingDirectory(Owner owner, const QString& ti
         options |= QFileDialog::DontResolveSymlinks;
     return OrxDialogs::instance().getExistingDirectory(owner == Owner::Panel ? this : nullptr,
                                                        title, dir, options);
+}
+
+int OrxNUShadingCorrection::chooseItem(const QString& title, const QString& label,
+                                       const QStringList& items)
+{
+    return OrxDialogs::instance().getItem(this, title, label, items);
 }
 
 void OrxNUShadingCorrection::log(const QString& text, LogType type)

@@ -19,6 +19,7 @@ class QListWidget;
 class QListWidgetItem;
 class QProgressDialog;
 class QPushButton;
+class OrxMapView;
 class OrxPixmapLabel;
 
 namespace Ui {
@@ -146,6 +147,8 @@ private:
     };
     SeriesWidgets widgets(Series which) const;
     void _deleteButtonClicked(Series which);
+    // The generated map in its own window, warnings included.
+    void showGeneratedMap();
     float targetGain() const;
     quint16 targetOffset() const;
 
@@ -157,10 +160,16 @@ private:
     QString saveFileName(const QString& title, const QString& dir, const QString& filter) override;
     QString existingDirectory(Owner owner, const QString& title, const QString& dir,
                               bool resolveLinks) override;
+    int chooseItem(const QString& title, const QString& label, const QStringList& items) override;
     void log(const QString& text, LogType type) override;
     // One transfer at a time: the transfer buttons stay off until it ends.
     void startFileTask(const QString& name, std::function<bool()> work) override;
     void progress(bool finished, int value) override;
+    // Waits for the file task to end, answering what it asks meanwhile.
+    void waitForFileTask();
 
     Ui::OrxNUShadingCorrection* ui;
+    OrxMapView* mapView = nullptr;
+    QPushButton* restoreButton = nullptr;
+    bool closingFileTask = false;
 };

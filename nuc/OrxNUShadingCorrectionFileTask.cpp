@@ -5,6 +5,7 @@
 #include "OxCamera.h"
 #include "ui_OrxNUShadingCorrection.h"
 
+#include <QEventLoop>
 #include <QProgressDialog>
 #include <QtConcurrent>
 
@@ -14,8 +15,22 @@ void OrxNUShadingCorrection::startFileTask(const QString& name, std::function<bo
     ui->btnUploadMapToCam->setEnabled(false);
     ui->btnUploadLocalMap->setEnabled(false);
     ui->btnDownloadMapToFile->setEnabled(false);
+    restoreButton->setEnabled(false);
     fileTaskWatcher.setObjectName(name);
     fileTaskWatcher.setFuture(QtConcurrent::run(std::move(work)));
+}
+
+void OrxNUShadingCorrection::waitForFileTask()
+{
+    // The task may be waiting for this thread to answer a question; while
+    // closing it gets No without a box, so the wait cannot lock up.
+    closingFileTask = true;
+    QEventLoop loop;
+    connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, &loop, &QEventLoop::quit);
+    if (!fileTaskWatcher.isFinished())
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    fileTaskWatcher.waitForFinished();
+    closingFileTask = false;
 }
 
 void OrxNUShadingCorrection::finishFileTask()
@@ -25,6 +40,11 @@ void OrxNUShadingCorrection::finishFileTask()
     const QFuture<bool> future = fileTaskWatcher.future();
     const bool succeeded =
         !fileTaskWatcher.isCanceled() && future.resultCount() > 0 && future.resultAt(0);
+    // A transfer that failed part-way never reports its end: its progress
+    // dialog, window-modal and without a cancel button, must not stay.
+    transferTotal = 0;
+    if (transferProgressDialog != nullptr)
+        transferProgressDialog->cancel();
     if (succeeded) {
         OrxDialogs::instance().information(this, title,
                                            tr("%1 task has been successfully done.").arg(task));
@@ -108,7 +128,9 @@ void OrxNUShadingCorrection::progressBarValueChanged(bool finished, int value)
             dialog->setValue(100);
             dialog->cancel();
         }
-        enableButtons();
+        // The backup's download ends before the upload in the same task.
+        if (!fileTaskWatcher.isRunning())
+            enableButtons();
     } else if (dialog != nullptr && dialog->value() != value) {
         const bool wasBlocked = dialog->blockSignals(true);
         dialog->setValue(value);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "OxMapEntry.h"
+
 #include <QCoreApplication>
 #include <QString>
 #include <QVariant>
@@ -7,6 +9,8 @@
 #include <memory>
 
 class NucPanelModel;
+class NucPanelPort;
+class OxCamera;
 
 // The way maps reach the opened camera, chosen once when the panel binds to
 // it: File Access to its shading map slots (NucSlotTransfer), its user maps
@@ -41,6 +45,9 @@ public:
     virtual void uploadLocalMap() = 0;
     // "Download Map To File".
     virtual void downloadMap() = 0;
+    // "Restore Previous Map…": one of the current entry's backups, chosen by
+    // the operator, goes back to the camera (its map now kept as a backup).
+    void restoreBackup();
 
     // The camera's shading correction switch and selected map, this camera's
     // way.
@@ -53,7 +60,17 @@ public:
     // panel's upload_dopo_map).
     void uploadUserMap();
 
+    // Before an upload overwrites entry on the camera: keeps the camera's
+    // file of it in the backups (NucMapBackups) and logs where. When that
+    // fails, the operator is asked whether to upload without one (No by
+    // default). True when the upload may go on. Runs in the file task.
+    static bool keepBackup(NucPanelPort& port, OxCamera* camera, const QString& serial,
+                           const OxMapEntry& entry);
+
 protected:
+    // The map's warnings, if it has any (No by default), then "Upload Shadin
+    // Map": true when the operator agrees to send it over the current entry.
+    bool confirmGeneratedUpload();
     // A file task that reads the device file into destination.
     void startDownload(const QString& destination, const QString& fileName,
                        const QString& selector);

@@ -3,6 +3,7 @@
 #include "NucFloatMap.h"
 #include "NucImageInput.h"
 #include "NucMapPacking.h"
+#include "NucMapStatistics.h"
 #include "NucMapTransfer.h"
 #include "NucPanelPort.h"
 #include "OrxSettings.h"
@@ -50,6 +51,15 @@ NucPanelModel::~NucPanelModel() = default;
 OxFeatureContainer* NucPanelModel::features() const
 {
     return m_camera ? m_camera->GetFeatureContainer() : nullptr;
+}
+
+QString NucPanelModel::serialNumber() const
+{
+    HvCameraInfo info{};
+    if (!m_camera || m_camera->GetInfo(&info) != HvErrorSuccess)
+        return QString();
+    const QString serial = QString::fromUtf8(info.serialString);
+    return serial.isEmpty() ? QString::fromUtf8(info.cameraIdExtended) : serial;
 }
 
 void NucPanelModel::init(OxCamera* camera, bool registerAccess)
@@ -194,6 +204,21 @@ NucMapPipeline::FileSpec NucPanelModel::fileSpec(NucMapFile::Kind kind) const
     return {kind, quint32(m_mapId), swapsWords()};
 }
 
+QVector<quint16> NucPanelModel::packedMap() const
+{
+    return NucMapPacking::packedMap(m_input.darkParams, m_input.brightParams, m_input.bitDepth,
+                                    false);
+}
+
+QStringList NucPanelModel::mapWarnings() const
+{
+    QStringList warnings = NucMapStatistics::of(packedMap()).warnings();
+    const QString saturation = NucMapStatistics::saturationWarning(m_input.brightMean);
+    if (!saturation.isEmpty())
+        warnings << saturation;
+    return warnings;
+}
+
 bool NucPanelModel::saveMap(const QString& path)
 {
     // Without map slots there is nothing to save into; the file is still
@@ -267,6 +292,9 @@ bool NucPanelModel::saveUserMap(QString dir)
     if (result == NucMapFile::SaveResult::OpenFailed)
         return false;
     rememberMapDir(path);
+    if (result == NucMapFile::SaveResult::Saved)
+        m_port.log(tr("User map saved as %1").arg(QDir::toNativeSeparators(QDir::cleanPath(path))),
+                   LogInfo);
     return result == NucMapFile::SaveResult::Saved;
 }
 
@@ -292,6 +320,7 @@ bool NucPanelModel::loadUserMap(QString dir)
     long bytesWritten = 0;
     const bool uploaded =
         m_camera &&
+        NucMapTransfer::keepBackup(m_port, m_camera.get(), serialNumber(), currentSlot()) &&
         m_camera->UploadLocalFile(QFile::encodeName(fileName).constData(),
                                   QFile::encodeName(path).constData(), "Userfile", &bytesWritten) &&
         bytesWritten == QFileInfo(path).size();

@@ -44,6 +44,9 @@ public:
     void reset();
 
     OxCamera* camera() const { return m_camera.get(); }
+    // What the camera's map backups are kept under: its serial number, or
+    // its extended ID when it reports none.
+    QString serialNumber() const;
     OxFeatureContainer* features() const;
     NucMapTransfer& transfer() const { return *m_transfer; }
     NucImageInput& input() const { return m_input; }
@@ -82,6 +85,11 @@ public:
     bool swapsWords() const;
     // Map files of the series' map, for this camera.
     NucMapPipeline::FileSpec fileSpec(NucMapFile::Kind kind) const;
+    // The series' map as packed words (gain code in bits 0-9).
+    QVector<quint16> packedMap() const;
+    // Where the series' map cannot be what the operator wanted, in plain
+    // words (NucMapStatistics), a bright mean near saturation last.
+    QStringList mapWarnings() const;
     // Writes the .bin; the file stays empty without shading map slots.
     bool saveMap(const QString& path);
     // Asks for a float map file and takes its maps into the series.

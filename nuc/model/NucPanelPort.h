@@ -32,6 +32,9 @@ public:
     // Folders only; symbolic links are resolved when resolveLinks.
     virtual QString existingDirectory(Owner owner, const QString& title, const QString& dir,
                                       bool resolveLinks) = 0;
+    // One of items (its position), or -1 when cancelled.
+    virtual int chooseItem(const QString& title, const QString& label,
+                           const QStringList& items) = 0;
     // May be called from the file task's thread.
     virtual void log(const QString& text, LogType type) = 0;
     // Runs work on the thread pool as the panel's one file task; its end is

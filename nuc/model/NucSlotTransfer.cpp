@@ -5,6 +5,7 @@
 #include "OxCamera.h"
 #include "OxFeatureContainer.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -37,32 +38,43 @@ void NucSlotTransfer::uploadLocalMap()
                                            m_model.storedMapDir(), "*.bin");
     if (path.isEmpty())
         return;
-    const QString name = m_model.currentSlot().name;
+    const NucMapSlot slot = m_model.currentSlot();
+    const QString name = slot.name;
+    const QString serial = m_model.serialNumber();
     OxCamera* camera = m_model.camera();
-    port.startFileTask(QStringLiteral("Upload Local File"), [&port, camera, name, path] {
-        long written = 0;
-        const QByteArray file = name.toUtf8();
-        const bool ok =
-            camera != nullptr &&
-            camera->UploadLocalFile(file.constData(), QFile::encodeName(path).constData(),
-                                    file.constData(), &written) &&
-            written == QFileInfo(path).size();
-        port.log(tr("Upload Local Map '%1'%2: %3 bytes written.")
-                     .arg(name, ok ? QString() : QStringLiteral(" failed"))
-                     .arg(written),
-                 ok ? LogInfo : LogError);
-        return ok;
-    });
+    port.startFileTask(
+        QStringLiteral("Upload Local File"), [&port, camera, serial, slot, name, path] {
+            if (!keepBackup(port, camera, serial, slot))
+                return false;
+            long written = 0;
+            const QByteArray file = name.toUtf8();
+            const bool ok =
+                camera != nullptr &&
+                camera->UploadLocalFile(file.constData(), QFile::encodeName(path).constData(),
+                                        file.constData(), &written) &&
+                written == QFileInfo(path).size();
+            port.log(tr("Upload Local Map '%1'%2: %3 bytes written.")
+                         .arg(name, ok ? QString() : QStringLiteral(" failed"))
+                         .arg(written),
+                     ok ? LogInfo : LogError);
+            return ok;
+        });
     m_model.rememberMapDir(path);
 }
 
 void NucSlotTransfer::downloadMap()
 {
-    const QString destination = m_model.port().saveFileName(
-        tr("Download File As"), m_model.storedMapDir(), tr("Bin (*.bin)"));
+    // Suggested: a name that says which camera and which entry it came from.
+    const NucMapSlot slot = m_model.currentSlot();
+    const QString suggested =
+        QDir(m_model.storedMapDir())
+            .filePath(QStringLiteral("%1-%2.bin").arg(m_model.serialNumber(), slot.name));
+    QString destination =
+        m_model.port().saveFileName(tr("Download File As"), suggested, tr("Bin (*.bin)"));
     if (destination.isEmpty())
         return;
-    const NucMapSlot slot = m_model.currentSlot();
+    if (QFileInfo(destination).suffix().isEmpty())
+        destination += QStringLiteral(".bin");
     startDownload(destination, slot.name, slot.name);
 }
 

@@ -16,6 +16,12 @@ bool NucUserMapTransfer::importMap()
     return m_model.loadUserMap(QString());
 }
 
+void NucUserMapTransfer::uploadGeneratedMap()
+{
+    if (confirmGeneratedUpload())
+        uploadUserMap();
+}
+
 bool NucUserMapTransfer::uploadMapByMemory()
 {
     uploadUserMap();

@@ -14,6 +14,9 @@ public:
 
     void saveGeneratedMap() override;
     bool importMap() override;
+    // The generated map goes up as the current user map's .ge3, as the
+    // memory path sends it.
+    void uploadGeneratedMap() override;
     // The user map has no memory path: its file goes up instead.
     bool uploadMapByMemory() override;
     void uploadLocalMap() override;

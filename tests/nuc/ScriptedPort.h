@@ -61,6 +61,11 @@ public:
     {
         return choose({"folder", title, dir, QString(), owner == Owner::Panel});
     }
+    int chooseItem(const QString& title, const QString& label, const QStringList& items) override
+    {
+        calls.append({"item", title, label, items.join('\n')});
+        return answers.isEmpty() ? -1 : answers.takeFirst().toInt();
+    }
     void log(const QString& text, LogType type) override
     {
         logs << QString("%1 %2").arg(int(type)).arg(text);

@@ -3,6 +3,7 @@
 // task on the thread pool with its progress dialog and end report, and Reset.
 // What the model decides and sends is tested without widgets in
 // TestPanelModel.
+#include "OrxMapView.h"
 #include "OrxNUShadingCorrection.h"
 #include "OrxPixmapLabel.h"
 #include "OrxSettings.h"
@@ -179,6 +180,7 @@ private slots:
                 {"selector": "ShadingMap2", "kind": "shadingMap", "chunkId": 8193, "read": false}]})"),
             panelCamera("LOCK-1", 64, 32, R"({"tlParamsLocked": true})"),
             panelCamera("BIG-1", 640, 512), panelCamera("TWO-1", 300, 200),
+            panelCamera("HALT-1", 640, 512),
             panelCamera("FAIL-1", 64, 32,
                         R"({"faults": {"failOperations": [{"operation": "Open"}]}})"),
             panelCamera("RESET-1")});
@@ -211,10 +213,6 @@ private slots:
             << QStringList{p8} << QStringList{d16} << int(ScriptedDialogs::Critical)
             << d16 + ": failed!" << QStringList{p8}
             << d16 + ": its depth is 16 bits, the series' images have 8 bits";
-        QTest::newRow("RGB after 8-bit")
-            << QStringList{p8, file("rgb.png")} << QStringList() << int(ScriptedDialogs::Critical)
-            << file("rgb.png") + ": failed!" << QStringList{p8}
-            << file("rgb.png") + ": its depth is 32 bits, the series' images have 8 bits";
         QTest::newRow("size differs from the other list")
             << QStringList{p8} << QStringList{file("wide8.png")}
             << int(ScriptedDialogs::Information) << file("wide8.png") + ": incompatible image!"
@@ -256,19 +254,6 @@ private slots:
         QCOMPARE(logged[0][1].value<LogType>(), LogError);
     }
 
-    void addDialogAndDepthAtConstruction()
-    {
-        ScriptedDialogs dialogs;
-        Panel panel; // no camera bound: the depth is 16
-        panel.add(dialogs, Series::Dark, {file("p8.png"), file("d16.png")});
-        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::OpenFileNames);
-        QCOMPARE(dialogs.calls[0].title, QString("Image paths"));
-        QCOMPARE(dialogs.calls[0].filter, QString("Images (*.* )"));
-        QCOMPARE(dialogs.calls.size(), 2);
-        QCOMPARE(dialogs.calls[1].text, file("p8.png") + ": failed!");
-        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("d16.png")});
-    }
-
     void repeatedPathsAreSkippedSilently()
     {
         ScriptedDialogs dialogs;
@@ -280,27 +265,15 @@ private slots:
                  QStringList({file("d16.png"), file("d16b.png")}));
         for (const auto& call : dialogs.calls)
             QCOMPARE(call.kind, ScriptedDialogs::OpenFileNames);
+        QCOMPARE(dialogs.calls[0].title, QString("Image paths"));
+        QCOMPARE(dialogs.calls[0].filter, QString("Images (*.* )"));
+        // The folder is kept, and the next chooser starts there.
+        QCOMPARE(OrxSettings::getInstance()->Get("Directory", "SaveImageDir", QVariant()),
+                 QVariant(QDir::cleanPath(dir.path())));
+        QCOMPARE(dialogs.calls[1].text, QDir::cleanPath(dir.path()));
         // The same file may still go to the other list.
         panel.add(dialogs, Series::Bright, {file("d16.png")});
         QCOMPARE(panel.texts("listBrightImagePath"), QStringList{file("d16.png")});
-    }
-
-    void greyFilesLoadAsIndexed()
-    {
-        ScriptedDialogs dialogs;
-        Panel panel;
-        QVERIFY(panel.bind(*sim, "GEN-1"));
-        panel.add(dialogs, Series::Dark, {file("g8.png")});
-        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("g8.png")});
-        const QImage mean = panel.child<OrxPixmapLabel>("lblMeanImageDark")->image();
-        QCOMPARE(mean.format(), QImage::Format_Grayscale8);
-        QCOMPARE(mean.pixelColor(3, 1), QColor(10, 10, 10));
-
-        const QImage loaded = NucImageInput::loadImage(file("g8.png"));
-        QCOMPARE(loaded.format(), QImage::Format_Indexed8);
-        QCOMPARE(loaded.colorTable().size(), 256);
-        QCOMPARE(loaded.color(200), qRgb(200, 200, 200));
-        QCOMPARE(loaded.pixelIndex(2, 1), 10);
     }
 
     void removalFreesSizeAndDepthOnlyWhenBothEmpty()
@@ -339,47 +312,6 @@ private slots:
         QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("wide8.png")});
     }
 
-    void itemPressEnablesDelete()
-    {
-        ScriptedDialogs dialogs;
-        Panel panel;
-        QVERIFY(panel.bind(*sim, "GEN-1"));
-        panel.add(dialogs, Series::Bright, {file("d16.png"), file("d16b.png")});
-        auto* list = panel.child<QListWidget>("listBrightImagePath");
-        panel.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&panel));
-        const QRect rect = list->visualItemRect(list->item(1));
-        QTest::mousePress(list->viewport(), Qt::LeftButton, {}, rect.center());
-        QVERIFY(panel.button("btnDeleteBrightImage")->isEnabled());
-        QCOMPARE(list->currentItem(), list->item(1));
-    }
-
-    void imageDirectoryIsStoredOnlyWhenChanged()
-    {
-        QTemporaryDir other;
-        QVERIFY(write(grey16(4, 2, [](int, int) { return 5; }), other.filePath("o.png"),
-                      QImage::Format_Grayscale16));
-        auto saved = [] {
-            return OrxSettings::getInstance()
-                ->Get("Directory", "SaveImageDir", QVariant())
-                .toString();
-        };
-        ScriptedDialogs dialogs;
-        Panel panel;
-        QVERIFY(panel.bind(*sim, "GEN-1"));
-        panel.add(dialogs, Series::Dark, {file("d16.png")});
-        QCOMPARE(saved(), QDir::cleanPath(dir.path()));
-
-        // Unchanged directory: the stored value is not written again.
-        OrxSettings::getInstance()->Set("Directory", "SaveImageDir", "/elsewhere");
-        panel.add(dialogs, Series::Dark, {file("d16b.png")});
-        QCOMPARE(saved(), QString("/elsewhere"));
-        QCOMPARE(dialogs.calls.last().text, QDir::cleanPath(dir.path())); // start directory
-
-        panel.add(dialogs, Series::Bright, {other.filePath("o.png")});
-        QCOMPARE(saved(), QDir::cleanPath(other.path()));
-    }
-
     void cancellingKeepsFilesAlreadyAdded()
     {
         ScriptedDialogs dialogs;
@@ -414,6 +346,10 @@ private slots:
         panel.add(dialogs, Series::Bright, {file("d16b.png")});
         generate->click();
         QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, true, true}));
+        // The map is shown in a window of its own.
+        auto* view = panel.findChild<OrxMapView*>();
+        QVERIFY(view && view->isVisible() && view->isWindow());
+        QCOMPARE(view->statistics().pixels, 8u);
         panel.shading_map_reset();
         QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, false, false}));
 
@@ -431,32 +367,22 @@ private slots:
                                      "Generate map successful!"}));
     }
 
-    void saveDialogs_data()
-    {
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<QString>("saved");
-        QTest::newRow("name without extension") << "m16"
-                                                << "m16.bin";
-        QTest::newRow(".BIN kept") << "M8.BIN"
-                                   << "M8.BIN";
-    }
-
+    // A name with the extension in capitals keeps it (the main window's
+    // flow saves one without).
     void saveDialogs()
     {
-        QFETCH(QString, answer);
-        QFETCH(QString, saved);
         QTemporaryDir out;
         ScriptedDialogs dialogs;
         Panel panel;
         QVERIFY(bindWithMap(panel, dialogs, "GEN-1", 64, 32));
-        dialogs.answer(out.filePath(answer));
+        dialogs.answer(out.filePath("M8.BIN"));
         panel.button("btnSaveMapToFile")->click();
         QCOMPARE(titles(dialogs), (QStringList{"Export Map", "Save Map"}));
         QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::SaveFileName);
         QCOMPARE(dialogs.calls[0].filter, QString("Bin (*.bin)"));
         QCOMPARE(dialogs.calls[1].text, QString("Save to file successful!"));
-        QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList{saved});
-        QCOMPARE(readFile(out.filePath(saved)).size(), 32 + 2 * 64 * 32);
+        QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList{"M8.BIN"});
+        QCOMPARE(readFile(out.filePath("M8.BIN")).size(), 32 + 2 * 64 * 32);
     }
 
     void targetEdits()
@@ -491,66 +417,54 @@ private slots:
         QVERIFY(panel.child<QLabel>("lblCameraName")->text().isEmpty());
     }
 
-    void bindingFillsTheForm_data()
-    {
-        QTest::addColumn<QString>("id");
-        QTest::addColumn<bool>("usable");
-        QTest::addColumn<QString>("label");
-        QTest::addColumn<QStringList>("entries");
-        QTest::addColumn<bool>("userMapWidget");
-        QTest::newRow("map slots") << "GEN-1" << true << "Camera GEN\nFirmware: 3.2.1 (2026-04-01)"
-                                   << QStringList{"ShadingMap0", "ShadingMap1"} << false;
-        QTest::newRow("user maps")
-            << "USER-1" << true
-            << "kva640MXGE\nFirmware: " << QStringList{"NucUserMap0", "NucUserMap1"} << true;
-        QTest::newRow("no map entry")
-            << "PLAIN-1" << false << "kva640MXGE\nFirmware: " << QStringList() << false;
-    }
-
-    void bindingFillsTheForm()
-    {
-        QFETCH(QString, id);
-        QFETCH(bool, usable);
-        Panel panel;
-        panel.child<QLineEdit>("TargetOffsetEdit")->setText("3");
-        bool initResult = !usable;
-        QVERIFY(panel.bind(*sim, qPrintable(id), &initResult));
-        QCOMPARE(initResult, usable);
-        QTEST(panel.child<QLabel>("lblCameraName")->text(), "label");
-        QTEST(panel.texts("cmbShadingMapSelector"), "entries");
-        QTEST(!panel.child<QWidget>("targetUserMapFileWidget")->isHidden(), "userMapWidget");
-        QCOMPARE(panel.child<QLineEdit>("TargetOffsetEdit")->text(), QString("16"));
-        QCOMPARE(panel.input.bitDepth, 0);
-        QCOMPARE(panel.imageFormat, QImage::Format_Indexed8);
-    }
-
-    void enableButtons_data()
+    // What binding a camera fills in, and the transfer buttons once the
+    // operator picks an entry.
+    void binding_data()
     {
         QTest::addColumn<QString>("id");
         QTest::addColumn<int>("entry"); // -1: the camera has no map slot entry
         QTest::addColumn<bool>("images");
         QTest::addColumn<QList<bool>>("buttons"); // download, upload local, upload, save
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<QStringList>("entries");
 
         using B = QList<bool>;
-        QTest::newRow("open entry") << "MODES-1" << 0 << false << B{true, true, false, false};
-        QTest::newRow("open entry, images") << "MODES-1" << 0 << true << B{true, true, true, true};
+        const QString plain = "kva640MXGE\nFirmware: ";
+        const QStringList modes{"ShadingMap0", "ShadingMap1", "ShadingMap2"};
+        QTest::newRow("map slots") << "GEN-1" << 0 << false << B{true, true, false, false}
+                                   << "Camera GEN\nFirmware: 3.2.1 (2026-04-01)"
+                                   << QStringList{"ShadingMap0", "ShadingMap1"};
+        QTest::newRow("open entry, images")
+            << "MODES-1" << 0 << true << B{true, true, true, true} << plain << modes;
         QTest::newRow("write blocked, images")
-            << "MODES-1" << 1 << true << B{true, false, false, true};
-        QTest::newRow("read blocked") << "MODES-1" << 2 << false << B{false, true, false, false};
+            << "MODES-1" << 1 << true << B{true, false, false, true} << plain << modes;
+        QTest::newRow("read blocked")
+            << "MODES-1" << 2 << false << B{false, true, false, false} << plain << modes;
         QTest::newRow("user maps only, images")
-            << "USER-1" << 1 << true << B{true, true, true, true};
-        QTest::newRow("no selector, images")
-            << "PLAIN-1" << -1 << true << B{false, false, false, true};
+            << "USER-1" << 1 << true << B{true, true, true, true} << plain
+            << QStringList{"NucUserMap0", "NucUserMap1"};
+        QTest::newRow("no map entry, images")
+            << "PLAIN-1" << -1 << true << B{false, false, false, true} << plain << QStringList();
     }
 
-    void enableButtons()
+    void binding()
     {
         QFETCH(QString, id);
         QFETCH(int, entry);
         QFETCH(bool, images);
+        QFETCH(QStringList, entries);
         ScriptedDialogs dialogs;
         Panel panel;
-        QVERIFY(panel.bind(*sim, qPrintable(id)));
+        panel.child<QLineEdit>("TargetOffsetEdit")->setText("3");
+        bool initResult = entries.isEmpty();
+        QVERIFY(panel.bind(*sim, qPrintable(id), &initResult));
+        QCOMPARE(initResult, !entries.isEmpty());
+        QTEST(panel.child<QLabel>("lblCameraName")->text(), "label");
+        QCOMPARE(panel.texts("cmbShadingMapSelector"), entries);
+        QCOMPARE(!panel.child<QWidget>("targetUserMapFileWidget")->isHidden(), id == "USER-1");
+        QCOMPARE(panel.child<QLineEdit>("TargetOffsetEdit")->text(), QString("16"));
+        QCOMPARE(panel.input.bitDepth, 0);
+        QCOMPARE(panel.imageFormat, QImage::Format_Indexed8);
         if (images) {
             QVERIFY(panel.loadImagefromFile(file("p8.png"), Series::Dark));
             QVERIFY(panel.loadImagefromFile(file("p8.png"), Series::Bright));
@@ -581,13 +495,9 @@ private slots:
         QVERIFY(panel.child<OrxPixmapLabel>("lblMeanImageBright")->image().isNull());
         QCOMPARE(panel.imageFormat, QImage::Format_Grayscale16);
         QVERIFY(!panel.input.darkParams.map && panel.input.width == 0);
-
         // A new camera starts from scratch: no images, so nothing to save.
-        QVERIFY(panel.bind(*sim, "USER-1"));
+        QVERIFY(panel.bind(*sim, "GEN-1"));
         QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, false, false}));
-        QVERIFY(panel.child<QWidget>("targetUserMapFileWidget")->isVisibleTo(&panel));
-        panel.unbind();
-        QVERIFY(panel.child<QWidget>("targetUserMapFileWidget")->isHidden());
     }
 
     void uploadRefused()
@@ -637,12 +547,13 @@ private slots:
         QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
         QCOMPARE(dialogs.calls.last().kind, ScriptedDialogs::Information);
         QCOMPARE(panel.transferButtons(), buttons);
-        QCOMPARE(log.size(), 1);
-        QCOMPARE(log[0][0].toString(),
+        QCOMPARE(log.size(), 2); // the backup's line first
+        QCOMPARE(log[1][0].toString(),
                  QString("Upload device file ShadingMap0: 4128 bytes written."));
     }
 
-    // A failed local upload: the question, the chooser, the report, and the
+    // A failed local upload: the question, the chooser, the backup that
+    // failed asked about from the transfer's thread, the report, and the
     // generated map's upload stays off.
     void failedTransferReport()
     {
@@ -652,13 +563,18 @@ private slots:
         QVERIFY(writeFile(file("local.bin"), "map"));
         dialogs.answer(QMessageBox::Yes);
         dialogs.answer(file("local.bin"));
+        dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadLocalMap")->click();
         QVERIFY(finished(dialogs, "Upload Local File Error occurs during File Access."));
-        QCOMPARE(titles(dialogs),
-                 (QStringList{"Upload Local Map", "Upload Local Map", "File Access"}));
+        QCOMPARE(titles(dialogs), (QStringList{"Upload Local Map", "Upload Local Map", "Map Backup",
+                                               "File Access"}));
         QCOMPARE(dialogs.calls[0].text,
                  QString("The uploaded map would overwrite the selected map 'ShadingMap0'.\n"
                          "Do you want to proceed?"));
+        QCOMPARE(dialogs.calls[2].text,
+                 QString("The camera's current map 'ShadingMap0' could not be kept as a backup "
+                         "(the download of ShadingMap0 failed after 0 bytes).\nUpload without a "
+                         "backup?"));
         QCOMPARE(dialogs.calls[1].kind, ScriptedDialogs::OpenFileName);
         QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, false, true}));
     }
@@ -668,11 +584,23 @@ private slots:
         QTest::addColumn<QString>("id");
         QTest::addColumn<int>("width");
         QTest::addColumn<int>("height");
+        QTest::addColumn<QString>("faults");
         QTest::addColumn<QList<int>>("values");
-        // 655392 bytes: 11 chunks, reported after the first nine.
-        QTest::newRow("eleven chunks")
-            << "BIG-1" << 640 << 512 << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 100};
-        QTest::newRow("two chunks") << "TWO-1" << 300 << 200 << QList<int>{};
+        QTest::addColumn<QString>("report");
+        // 655392 bytes: 11 chunks, reported after each while reading the
+        // backup, after the first nine while writing.
+        const QString done = "Upload Generated Map task has been successfully done.";
+        QTest::newRow("eleven chunks") << "BIG-1" << 640 << 512 << "{}"
+                                       << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 99, 100,
+                                                     0, 11, 22, 33, 44, 55, 66, 77, 88, 100}
+                                       << done;
+        QTest::newRow("two chunks") << "TWO-1" << 300 << 200 << "{}" << QList<int>{0, 100} << done;
+        // The dialog goes with the failed transfer, at 44 %.
+        QTest::newRow("fails part-way")
+            << "HALT-1" << 640 << 512
+            << R"({"failOperations": [{"operation": "Write", "chunk": 6}]})"
+            << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 99, 100, 0, 11, 22, 33, 44}
+            << "Upload Generated Map Error occurs during File Access.";
     }
 
     void progress()
@@ -689,10 +617,12 @@ private slots:
                 dialog = candidate;
         QVERIFY(dialog && !dialog->isVisible());
         QSignalSpy bar(dialog->findChild<QProgressBar*>(), &QProgressBar::valueChanged);
-
+        QFETCH(QString, faults);
+        QFETCH(QString, report);
+        QCOMPARE(sim->control().SetFaults(qPrintable(id), faults.toStdString()), 0);
         dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadMapToCam")->click();
-        QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
+        QVERIFY(finished(dialogs, report));
         QList<int> values;
         for (const QList<QVariant>& call : bar)
             values << call[0].toInt();
@@ -737,7 +667,7 @@ private slots:
 
         panel.Reset();
         // The worker's last act, its log line, came before Reset returned.
-        QCOMPARE(log.size(), 1);
+        QCOMPARE(log.size(), 2);
         QVERIFY(panel.fileTaskWatcher.future().isFinished());
         QCOMPARE(panel.model.camera(), nullptr);
         QCOMPARE(sim->storedFile("RESET-1", "ShadingMap0"), map);
@@ -752,6 +682,24 @@ private slots:
         dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadMapToCam")->click();
         QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
+
+        // A task that waits for the answer to its backup question when Reset
+        // comes gets No, without a box, and Reset returns.
+        dialogs.calls.clear();
+        Panel failing;
+        QVERIFY(bindWithMap(failing, dialogs, "FAIL-1", 64, 32));
+        const auto opens = [&] {
+            return sim->trace("FAIL-1").count("FileOperationSelector set Open");
+        };
+        const int before = opens();
+        dialogs.answer(QMessageBox::Yes);
+        failing.button("btnUploadMapToCam")->click();
+        // Waited for without handling events: the question stays queued.
+        for (QDeadlineTimer limit(5000); opens() == before && !limit.hasExpired();)
+            QThread::msleep(5);
+        failing.Reset();
+        QCoreApplication::processEvents();
+        QCOMPARE(titles(dialogs), QStringList{"Upload Shadin Map"});
     }
 };
 

@@ -94,6 +94,13 @@ QString ScriptedDialogs::getExistingDirectory(QWidget*, const QString& caption,
     return chooser(ExistingDirectory, caption, dir, QString()).toString();
 }
 
+int ScriptedDialogs::getItem(QWidget*, const QString& title, const QString& label,
+                              const QStringList& items)
+{
+    const QVariant answer = chooser(Item, title, label, items.join('\n'));
+    return answer.isValid() ? answer.toInt() : -1;
+}
+
 QString ScriptedDialogs::getText(QWidget*, const QString& title, const QString& label,
                                  const QString&, bool* ok)
 {

@@ -29,7 +29,8 @@ public:
         OpenFileNames,
         SaveFileName,
         ExistingDirectory,
-        Text
+        Text,
+        Item
     };
 
     struct Call
@@ -71,6 +72,9 @@ public:
                             const QString& filter) override;
     QString getExistingDirectory(QWidget*, const QString& caption, const QString& dir,
                                  QFileDialog::Options) override;
+    // Records the items, one a line, as the call's filter; answers an int.
+    int getItem(QWidget*, const QString& title, const QString& label,
+                const QStringList& items) override;
     QString getText(QWidget*, const QString& title, const QString& label, const QString& text,
                     bool* ok) override;
 

@@ -64,12 +64,13 @@ bool CameraFrameSource::grab(QImage* frame, QString* error)
     if (!format)
         return fail(tr("The camera's pixel format 0x%1 is not a grey format of 8 to 16 bits.")
                         .arg(code, 8, 16, QChar('0')));
-    *frame = NucFrame::fromCamera(image, size, int(width), int(height), format->bits);
-    if (frame->isNull())
+    *frame = QImage(); // lets go of the previous frame, whose memory is used again
+    if (!NucFrame::fromCamera(image, size, int(width), int(height), format->bits, &m_image))
         return fail(tr("The camera's frame of %1 x %2 pixels holds only %3 bytes.")
                         .arg(width)
                         .arg(height)
                         .arg(size));
+    *frame = m_image;
     m_bits = format->bits;
     m_formatName = format->name;
     return true;

@@ -27,6 +27,7 @@ private:
     OxCamera* m_camera;
     unsigned int m_timeoutMs;
     Hvx::FramePtr m_frame; // reused from frame to frame
+    QImage m_image;        // reused once the caller has let go of it
     int m_bits = 0;
     QString m_formatName;
 };

@@ -31,7 +31,8 @@ Measured measured(const NucFrameStack& stack)
     m.image = stack.meanImage();
     m.moments = NucSpatial::moments(m.image);
     m.temporalVariance = qMax(0.0, stack.temporalVariance());
-    m.spatialVariance = stack.spatialVariance(m.temporalVariance);
+    m.spatialVariance =
+        NucSpatial::lessTemporal(m.moments.variance, m.temporalVariance, stack.frames());
     return m;
 }
 

@@ -12,20 +12,33 @@ namespace NucFrame {
 
 QImage fromCamera(const uchar* data, qint64 size, int width, int height, int significantBits)
 {
-    if (!data || width <= 0 || height <= 0 || significantBits < 8 || significantBits > 16)
-        return QImage();
+    QImage image;
+    fromCamera(data, size, width, height, significantBits, &image);
+    return image;
+}
+
+bool fromCamera(const uchar* data, qint64 size, int width, int height, int significantBits,
+                QImage* target)
+{
     const int bytes = significantBits > 8 ? 2 : 1;
     const qint64 row = qint64(width) * bytes;
-    if (size < row * height)
-        return QImage();
-    QImage image(width, height,
-                 bytes == 2 ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8);
-    if (image.isNull())
-        return image;
+    if (!data || width <= 0 || height <= 0 || significantBits < 8 || significantBits > 16 ||
+        size < row * height) {
+        *target = QImage();
+        return false;
+    }
+    // 8-bit frames end up as Indexed8 images, made from a Grayscale8 one.
+    const QImage::Format format =
+        bytes == 2 ? QImage::Format_Grayscale16 : QImage::Format_Grayscale8;
+    if (bytes == 1 || target->size() != QSize(width, height) || target->format() != format ||
+        !target->isDetached())
+        *target = QImage(width, height, format);
+    if (target->isNull())
+        return false;
     for (int y = 0; y < height; ++y) {
-        uchar* line = image.scanLine(y);
+        uchar* line = target->scanLine(y);
         const uchar* source = data + row * y;
-        if (bytes == 1) {
+        if (bytes == 1 || QSysInfo::ByteOrder == QSysInfo::LittleEndian) {
             std::memcpy(line, source, size_t(row));
             continue;
         }
@@ -33,7 +46,9 @@ QImage fromCamera(const uchar* data, qint64 size, int width, int height, int sig
         for (int x = 0; x < width; ++x)
             samples[x] = quint16(source[2 * x] | source[2 * x + 1] << 8);
     }
-    return bytes == 1 ? NucImageInput::toIndexedGrey(image) : image;
+    if (bytes == 1)
+        *target = NucImageInput::toIndexedGrey(*target);
+    return !target->isNull();
 }
 
 int fullScale(int significantBits)

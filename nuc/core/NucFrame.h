@@ -13,6 +13,11 @@ namespace NucFrame {
 
 // Null when the depth is not 8 to 16 bits or data holds too few bytes.
 QImage fromCamera(const uchar* data, qint64 size, int width, int height, int significantBits);
+// The same into *target, whose memory is used again when nothing else
+// shares it and it has the size and format: frame after frame of many
+// megapixels then costs no fresh memory. False (target null) as above.
+bool fromCamera(const uchar* data, qint64 size, int width, int height, int significantBits,
+                QImage* target);
 
 // Largest grey level of a frame of that depth (255, 4095, 65535, ...).
 int fullScale(int significantBits);

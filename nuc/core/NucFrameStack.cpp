@@ -11,24 +11,27 @@ template <typename Sample>
 void accumulate(quint32* sums, const QImage& frame, const QImage& partner, double& variance)
 {
     const int w = frame.width();
-    double d = 0.0, d2 = 0.0;
+    // Integers, so the sums are exact and the loops vectorise: a difference
+    // squared is below 2^32, and 2^31 of them stay below 2^63.
+    qint64 d = 0;
+    quint64 d2 = 0;
     for (int y = 0; y < frame.height(); ++y) {
         const Sample* line = reinterpret_cast<const Sample*>(frame.constScanLine(y));
-        const Sample* other =
-            partner.isNull() ? nullptr : reinterpret_cast<const Sample*>(partner.constScanLine(y));
         quint32* row = sums + qint64(y) * w;
-        for (int x = 0; x < w; ++x) {
+        for (int x = 0; x < w; ++x)
             row[x] += line[x];
-            if (other) {
-                const double diff = double(other[x]) - double(line[x]);
-                d += diff;
-                d2 += diff * diff;
-            }
+        if (partner.isNull())
+            continue;
+        const Sample* other = reinterpret_cast<const Sample*>(partner.constScanLine(y));
+        for (int x = 0; x < w; ++x) {
+            const qint64 diff = qint64(other[x]) - qint64(line[x]);
+            d += diff;
+            d2 += quint64(diff * diff);
         }
     }
     if (!partner.isNull()) {
         const double n = double(w) * frame.height();
-        variance = (d2 / n - (d / n) * (d / n)) / 2.0;
+        variance = (double(d2) / n - (double(d) / n) * (double(d) / n)) / 2.0;
     }
 }
 
@@ -99,8 +102,8 @@ double NucFrameStack::spatialVariance(double temporalVariance) const
 {
     if (m_frames == 0)
         return 0.0;
-    const double variance = NucSpatial::moments(meanImage()).variance;
-    return qMax(0.0, variance - temporalVariance / m_frames);
+    return NucSpatial::lessTemporal(NucSpatial::moments(meanImage()).variance, temporalVariance,
+                                    m_frames);
 }
 
 namespace NucSpatial {

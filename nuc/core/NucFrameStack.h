@@ -36,7 +36,7 @@ public:
     // Spatial variance of the mean image less the temporal variance the
     // averaging of L frames leaves in it (temporalVariance / L), at least 0.
     // A stack of one frame has to be told its frames' temporal variance.
-    double spatialVariance(double temporalVariance) const;
+    double spatialVariance(double temporalVariance) const; // NucSpatial::lessTemporal
     double spatialVariance() const { return spatialVariance(qMax(0.0, temporalVariance())); }
 
 private:
@@ -59,6 +59,13 @@ struct Moments
     double variance = 0.0; // over the pixels (divided by their number)
 };
 Moments moments(const std::vector<float>& image);
+
+// The spatial variance of the mean of L frames less the temporal variance
+// the averaging leaves in it, at least 0.
+inline double lessTemporal(double variance, double temporalVariance, int frames)
+{
+    return frames > 0 ? qMax(0.0, variance - temporalVariance / frames) : 0.0;
+}
 
 // Mean of each row and of each column.
 QVector<double> rowMeans(const std::vector<float>& image, int width, int height);

@@ -101,21 +101,35 @@ std::vector<uint8_t> SensorModel::capture(double exposureUs, double gainDb, doub
     uint64_t state = m_seed ^ (noiseSeed * 0x9E3779B97F4A7C15ull);
     const uint32_t bpp = bytesPerPixel();
     std::vector<uint8_t> out(n * bpp);
-    uint64_t random = 0;
-    for (size_t i = 0; i < n; ++i) {
-        if ((i & 3) == 0)
-            random = splitMix(state);
-        const float z = normal[random & 0xFFFF];
-        random >>= 16;
-        const float signal = level * m_gain[i];
-        const float sigma = std::sqrt(readVariance + signal * shotPerDigit);
-        const float v = std::clamp(m_offset[i] + signal + sigma * z, 0.0f, full);
-        const uint32_t d = uint32_t(v + 0.5f);
+    // In blocks: the table look-ups first, then a loop without them that the
+    // compiler vectorises.
+    constexpr size_t Block = 4096;
+    float z[Block];
+    uint32_t digits[Block];
+    for (size_t start = 0; start < n; start += Block) {
+        const size_t count = std::min(Block, n - start);
+        for (size_t k = 0; k < count; k += 4) {
+            const uint64_t random = splitMix(state);
+            for (size_t j = 0; j < 4; ++j)
+                z[k + j] = normal[(random >> (16 * j)) & 0xFFFF];
+        }
+        const float* offset = m_offset.data() + start;
+        const float* gain = m_gain.data() + start;
+        for (size_t k = 0; k < count; ++k) {
+            const float signal = level * gain[k];
+            const float sigma = std::sqrt(readVariance + signal * shotPerDigit);
+            const float v = std::min(std::max(offset[k] + signal + sigma * z[k], 0.0f), full);
+            digits[k] = uint32_t(v + 0.5f);
+        }
+        uint8_t* target = out.data() + start * bpp;
         if (bpp == 1) {
-            out[i] = uint8_t(d);
+            for (size_t k = 0; k < count; ++k)
+                target[k] = uint8_t(digits[k]);
         } else {
-            out[2 * i] = uint8_t(d);
-            out[2 * i + 1] = uint8_t(d >> 8);
+            for (size_t k = 0; k < count; ++k) {
+                target[2 * k] = uint8_t(digits[k]);
+                target[2 * k + 1] = uint8_t(digits[k] >> 8);
+            }
         }
     }
     return out;

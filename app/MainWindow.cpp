@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "CameraSourceMenu.h"
 #include "OrxNUShadingCorrection.h"
 #include "OxCamera.h"
 
@@ -26,6 +27,7 @@ MainWindow::MainWindow(QWidget* parent)
     addDockWidget(Qt::BottomDockWidgetArea, m_assistantDock);
     m_viewMenu->addAction(m_assistantDock->toggleViewAction());
     m_assistantDock->hide();
+    new CameraSourceMenu(this, m_viewMenu, m_cameraDiscovery);
 
     connect(this, &BasicMainWindow::CameraOpened, this, &MainWindow::onInitAssistant);
     connect(this, &BasicMainWindow::CameraClosed, this, &MainWindow::onResetAssistant);

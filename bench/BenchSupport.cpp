@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QImageWriter>
 #include <QRandomGenerator>
 #include <QThread>
 
@@ -75,6 +76,29 @@ QStringList rawFrames(int count, bool dark)
             QFile file(path);
             if (!file.open(QIODevice::WriteOnly) ||
                 file.write(reinterpret_cast<const char*>(frame.data()), Pixels * 2) != Pixels * 2) {
+                std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
+                return {};
+            }
+        }
+        paths << path;
+    }
+    return paths;
+}
+
+QStringList pngFiles(int count, bool dark)
+{
+    const QString dir = QDir(dataDir()).filePath("png");
+    QDir().mkpath(dir);
+    QStringList paths;
+    for (int i = 0; i < count; ++i) {
+        const QString path = QDir(dir).filePath(
+            QString("%1-%2.png").arg(dark ? "dark" : "bright").arg(i, 2, 10, QChar('0')));
+        if (!QFileInfo::exists(path)) {
+            QImage image(Width, Height, QImage::Format_Grayscale16);
+            fillFrame(reinterpret_cast<quint16*>(image.bits()), !dark,
+                      quint32(7000 + i + (dark ? 100 : 0)));
+            QImageWriter writer(path + ".part", "png");
+            if (!writer.write(image) || !QFile::rename(path + ".part", path)) {
                 std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
                 return {};
             }

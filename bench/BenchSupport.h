@@ -35,6 +35,10 @@ void fillFrame(quint16* pixels, bool bright, quint32 seed);
 // folder, written on first use: bright ones unless dark.
 QStringList rawFrames(int count, bool dark);
 
+// 16-bit PNG files of Width x Height (Qt's plug-in writes them, with its
+// default filtering), written on first use: bright ones unless dark.
+QStringList pngFiles(int count, bool dark);
+
 // A file mapped read-only into memory, and a QImage over it without a copy.
 class MappedFile
 {

@@ -1,9 +1,8 @@
 #include "BenchSupport.h"
 #include "NucImageInput.h"
 #include "NucMapFile.h"
-#include "NucMapGeneration.h"
 #include "NucMapPacking.h"
-#include "NucSeriesSum.h"
+#include "NucMapPipeline.h"
 
 #include <sys/resource.h>
 
@@ -41,12 +40,14 @@ int runGeneratePack(int rounds)
     auto restore = [&] {
         std::memcpy(input.brightParams.meanBuffer.get(), brightMean.data(), pixels * 4);
     };
-    NucSeriesSum darkSum, brightSum;
+    NucImageInput sums;
     auto sumsAgain = [&] {
-        darkSum = NucSeriesSum();
-        brightSum = NucSeriesSum();
+        sums.reset();
+        sums.sumsOnly = true;
         for (size_t i = 0; i < frames.size(); i += 2)
-            if (!darkSum.add(frames[i]->grey16()) || !brightSum.add(frames[i + 1]->grey16()))
+            if (!sums.addLoadedImage(dark[int(i / 2)], frames[i]->grey16(), NucImageInput::Dark) ||
+                !sums.addLoadedImage(bright[int(i / 2)], frames[i + 1]->grey16(),
+                                     NucImageInput::Bright))
                 return false;
         return true;
     };
@@ -65,8 +66,8 @@ int runGeneratePack(int rounds)
             return -1.0;
         const long faultsBefore = minorFaults();
         const double start = Bench::seconds();
-        const bool ok =
-            NucMapGeneration::binFileFromSums(darkSum, brightSum, gain, offset, mapId, file);
+        const bool ok = NucMapPipeline::makeFile(sums, gain, offset,
+                                                 {NucMapFile::Kind::Bin, mapId, false}, file);
         const double elapsed = Bench::seconds() - start;
         faults = minorFaults() - faultsBefore;
         return ok ? elapsed : -1.0;

@@ -1,5 +1,6 @@
 #include "BenchSupport.h"
 #include "NucImageInput.h"
+#include "NucParallel.h"
 
 #include <QProcess>
 
@@ -75,8 +76,17 @@ int runSeriesUpdate(int images, int rounds)
         return Bench::seconds() - start;
     };
 
+    // The series as it runs (choosing between one thread and split passes by
+    // itself), and for the log each way forced.
+    auto forcedRound = [&oursRound](NucParallel::Mode mode) {
+        NucParallel::setMode(mode);
+        const double seconds = oursRound();
+        NucParallel::setMode(NucParallel::Mode::Auto);
+        return seconds;
+    };
+
     Triad triad;
-    std::vector<double> ours, theirs, limit;
+    std::vector<double> ours, theirs, limit, single, split;
     // One untimed round of each first: page tables, allocator, interpreter.
     oursRound();
     numpyRound();
@@ -85,9 +95,14 @@ int runSeriesUpdate(int images, int rounds)
         ours.push_back(oursRound());
         theirs.push_back(numpyRound());
         limit.push_back(triad.bytesPerSecond());
-        std::fprintf(stderr, "  round %d: series %.3f s, numpy %.3f s, triad %.2f GB/s\n", r + 1,
-                     ours.back(), theirs.back(), limit.back() / 1e9);
-        if (ours.back() < 0 || theirs.back() < 0)
+        single.push_back(forcedRound(NucParallel::Mode::Single));
+        split.push_back(forcedRound(NucParallel::Mode::Split));
+        std::fprintf(stderr,
+                     "  round %d: series %.3f s (one thread %.3f s, split %.3f s), numpy %.3f s, "
+                     "triad %.2f GB/s\n",
+                     r + 1, ours.back(), single.back(), split.back(), theirs.back(),
+                     limit.back() / 1e9);
+        if (ours.back() < 0 || theirs.back() < 0 || single.back() < 0 || split.back() < 0)
             return 1;
     }
     numpy.write("stop\n");
@@ -99,9 +114,11 @@ int runSeriesUpdate(int images, int rounds)
     const double limitRate = Bench::median(limit) / 14.0 / 1e6;
     std::fprintf(stderr,
                  "  %d frames of %dx%d, %d rounds: series %.0f Mpix/s, numpy %.0f Mpix/s, "
-                 "triad %.2f GB/s = %.0f Mpix/s at 14 bytes per pixel\n",
+                 "triad %.2f GB/s = %.0f Mpix/s at 14 bytes per pixel; forced to one thread "
+                 "%.0f Mpix/s, split between %d threads %.0f Mpix/s\n",
                  images, Bench::Width, Bench::Height, rounds, oursRate, numpyRate,
-                 Bench::median(limit) / 1e9, limitRate);
+                 Bench::median(limit) / 1e9, limitRate, pixels / Bench::median(single) / 1e6,
+                 NucParallel::threadCount(), pixels / Bench::median(split) / 1e6);
     Bench::printResult("series_update_16bit", oursRate, "Mpix/s",
                        {QString("vs_numpy=%1").arg(oursRate / numpyRate, 0, 'f', 2),
                         QString("vs_limit=%1").arg(oursRate / limitRate, 0, 'f', 2)});

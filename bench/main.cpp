@@ -7,6 +7,7 @@
 int runSeriesUpdate(int images, int rounds);
 int runGeneratePack(int rounds);
 int runCliGenerate(int perSeries, int rounds);
+int runDecode(int perSeries, int rounds);
 
 // orvex-bench <benchmark> [count] [rounds]: one benchmark per run, ending in
 // its BENCH line. bench/run chooses the counts.
@@ -24,8 +25,11 @@ int main(int argc, char** argv)
         return runGeneratePack(rounds);
     if (which == "cli_generate_png" && count > 0 && rounds > 0)
         return runCliGenerate(count, rounds);
+    if (which == "decode_png16_12mp" && count > 0 && rounds > 0)
+        return runDecode(count, rounds);
     std::fprintf(stderr, "usage: orvex-bench series_update_16bit IMAGES ROUNDS\n"
                          "       orvex-bench generate_pack_12mp 0 ROUNDS\n"
-                         "       orvex-bench cli_generate_png FILES_PER_SERIES ROUNDS\n");
+                         "       orvex-bench cli_generate_png FILES_PER_SERIES ROUNDS\n"
+                         "       orvex-bench decode_png16_12mp FILES_PER_SERIES ROUNDS\n");
     return 2;
 }

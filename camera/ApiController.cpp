@@ -163,6 +163,18 @@ HvErrorType ApiController::CloseCamera(const QString& extendedId)
     return result;
 }
 
+Hvx::CameraPtr ApiController::AddCameraByAddress(const QString& address)
+{
+    Hvx::CameraPtr camera;
+    const HvErrorType result =
+        m_system.AddCameraByAddress(address.trimmed().toUtf8().constData(), camera);
+    if (result != HvErrorSuccess || !camera) {
+        emitApiError(result, tr("Failed to find a camera at %1").arg(address));
+        return {};
+    }
+    return camera;
+}
+
 std::vector<Hvx::CameraPtr> ApiController::UpdateCamerasList()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -231,6 +243,18 @@ CameraInfoMap ApiController::GetCameraInfo(Hvx::CameraPtr camera)
     readInto(
         "Serial No.", tr("Failed to get camera serial number for %1"),
         [&](char* text, unsigned int& length) { return camera->GetSerialNumber(text, length); });
+
+    // Only some transport layers know these; other cameras' maps go without them.
+    auto insertKnown = [&](const char* key, auto read) {
+        QString value;
+        if (ReadSdkText(read, value) == HvErrorSuccess && !value.isEmpty())
+            info.insert(key, value);
+    };
+    insertKnown("Vendor",
+                [&](char* text, unsigned int& length) { return camera->GetVendor(text, length); });
+    insertKnown("Firmware", [&](char* text, unsigned int& length) {
+        return camera->GetFirmwareVersion(text, length);
+    });
 
     Hvx::InterfacePtr interface;
     result = camera->GetInterface(interface);

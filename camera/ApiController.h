@@ -40,6 +40,9 @@ public:
     Hvx::CameraPtr GetCameraPtr(const QString& extendedId);
     Hvx::CameraPtr OpenCamera(const QString& extendedId);
     HvErrorType CloseCamera(const QString& extendedId);
+    // A camera the started transport layers find by unicast at a network
+    // address; it joins the camera list. Null after an ApiError.
+    Hvx::CameraPtr AddCameraByAddress(const QString& address);
 
     std::vector<Hvx::CameraPtr> UpdateCamerasList();
     std::vector<Hvx::CameraPtr> GetCameraModel();

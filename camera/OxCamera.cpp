@@ -1,5 +1,6 @@
 #include "OxCamera.h"
 
+#include "FileOperationReport.h"
 #include "OxCameraFeature.h"
 #include "SdkText.h"
 
@@ -19,12 +20,13 @@ namespace {
 // The largest block one FileAccessBuffer access moves.
 constexpr int64_t kFileAccessChunk = 65536;
 
-// Completion waits of the File Access commands (milliseconds). The open of
-// an upload is not waited for; a chunk gets 2 s; the close may take long
-// because the camera stores the file into flash then.
+// Completion waits of the File Access commands (milliseconds). An open and
+// a chunk get 2 s; the close may take long because the camera stores the
+// file into flash then. An operation's report means something only once it
+// is complete, so every one is waited for.
 constexpr uint64_t kNoWait = 0;
 constexpr uint64_t kChunkWaitMs = 2000;
-constexpr uint64_t kDownloadOpenWaitMs = 2000;
+constexpr uint64_t kOpenWaitMs = 2000;
 constexpr uint64_t kCloseWaitMs = 180000;
 constexpr uint64_t kPacketSizeWaitMs = 5000;
 
@@ -137,18 +139,22 @@ bool OxCamera::UploadBuffer(std::vector<unsigned char> buffer, char const* fileN
     if (m_feature->HasFeature("Filename", hasFilename) && hasFilename &&
         !m_feature->SetValue("Filename", name))
         return false;
-    if (!OpenDeviceFile(QStringLiteral("Write"), kNoWait))
+    const FileOperationReport report(*m_feature);
+    if (!OpenDeviceFile(QStringLiteral("Write"), report, name))
         return false;
 
-    // From here on the device file is open and every path closes it.
+    // From here on the device file is open and every path closes it. Offset
+    // and length belong to the operation selected when they are written, so
+    // "Write" is selected first and stays selected for every chunk.
     const int64_t size = int64_t(buffer.size());
-    const int64_t chunk = std::min(size, kFileAccessChunk);
     bool lengthWritable = false;
-    if (!m_feature->IsWritable("FileAccessLength", lengthWritable))
-        lengthWritable = false;
-    // A camera whose length is fixed takes what the buffer write put in.
+    int64_t chunk = 0;
+    if (m_feature->SetValue("FileOperationSelector", QStringLiteral("Write")))
+        chunk = ChunkLength(size, lengthWritable);
+    // A camera whose length is fixed takes what the buffer write put in,
+    // or pads it to that length.
     const bool lengthSet =
-        !lengthWritable || m_feature->SetValue("FileAccessLength", Integer(chunk));
+        chunk > 0 && (!lengthWritable || m_feature->SetValue("FileAccessLength", Integer(chunk)));
 
     int64_t offset = 0; // bytes the camera confirmed
     if (lengthSet) {
@@ -164,10 +170,15 @@ bool OxCamera::UploadBuffer(std::vector<unsigned char> buffer, char const* fileN
             scratch.assign(buffer.begin() + offset, buffer.begin() + offset + length);
             if (!m_feature->SetRegisterValue("FileAccessBuffer", scratch, int(length)))
                 break;
-            if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Write")))
-                break;
             if (!m_feature->SetCommand("FileOperationExecute", kChunkWaitMs))
                 break;
+            int64_t moved = 0;
+            const QString problem = report.problem(length, &moved);
+            if (!problem.isEmpty()) {
+                ReportFailure(QStringLiteral("Write"), name, offset, problem);
+                offset += moved;
+                break;
+            }
             remaining -= length;
             // No report for the last two chunks: the final report below
             // follows right after them.
@@ -177,9 +188,7 @@ bool OxCamera::UploadBuffer(std::vector<unsigned char> buffer, char const* fileN
         }
     }
 
-    if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Close")))
-        return false;
-    if (!m_feature->SetCommand("FileOperationExecute", CloseWaitMs()))
+    if (!CloseDeviceFile(report, name))
         return false;
     emit updateTransferProcess(0, name, QStringLiteral("Write"));
     if (bytesWritten != nullptr)
@@ -208,28 +217,39 @@ bool OxCamera::UploadLocalFile(char const* fileName, char const* localPath,
     return UploadBuffer(std::move(bytes), fileName, fileSelector, bytesWritten);
 }
 
-bool OxCamera::OpenDeviceFile(const QString& mode, uint64_t waitMs)
+bool OxCamera::OpenDeviceFile(const QString& mode, const FileOperationReport& report,
+                              const QString& fileName)
 {
+    QString problem;
     auto open = [&] {
-        return m_feature->SetValue("FileOpenMode", mode) &&
-               m_feature->SetValue("FileOperationSelector", QStringLiteral("Open")) &&
-               m_feature->SetCommand("FileOperationExecute", waitMs);
+        if (!m_feature->SetValue("FileOpenMode", mode) ||
+            !m_feature->SetValue("FileOperationSelector", QStringLiteral("Open")) ||
+            !m_feature->SetCommand("FileOperationExecute", kOpenWaitMs))
+            return false;
+        problem = report.problem(-1);
+        return problem.isEmpty();
     };
     if (open())
         return true;
     // A file still open on the camera (a transfer that ended without its
     // close, a close that never completed, a host that died mid-transfer)
     // refuses a second open: cameras that track the file state take "Open"
-    // off the selector, others fail its execute. Closing it settles both.
-    // With nothing open the camera refuses "Close" as well, and the open
-    // stays refused. One close and one more open, never a loop: a file
-    // left open by a retry would lock the entry for good.
-    if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Close")))
-        return false;
-    // Even a close the camera answers with an error (content it does not
-    // accept) ends the file, so its result does not decide.
-    m_feature->SetCommand("FileOperationExecute", CloseWaitMs());
-    return open();
+    // off the selector, others fail its execute or report a failure. Closing
+    // it settles all of them. With nothing open the camera refuses "Close"
+    // as well, and the open stays refused. One close and one more open,
+    // never a loop: a file left open by a retry would lock the entry for
+    // good.
+    if (m_feature->SetValue("FileOperationSelector", QStringLiteral("Close"))) {
+        // Even a close the camera answers with an error (content it does
+        // not accept) ends the file, so its result does not decide.
+        m_feature->SetCommand("FileOperationExecute", CloseWaitMs());
+        problem.clear();
+        if (open())
+            return true;
+    }
+    if (!problem.isEmpty())
+        ReportFailure(QStringLiteral("Open"), fileName, -1, problem);
+    return false;
 }
 
 bool OxCamera::CloseDeviceFile()
@@ -237,6 +257,48 @@ bool OxCamera::CloseDeviceFile()
     const bool selected = m_feature->SetValue("FileOperationSelector", QStringLiteral("Close"));
     const bool executed = m_feature->SetCommand("FileOperationExecute", CloseWaitMs());
     return selected && executed;
+}
+
+bool OxCamera::CloseDeviceFile(const FileOperationReport& report, const QString& fileName)
+{
+    if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Close")) ||
+        !m_feature->SetCommand("FileOperationExecute", CloseWaitMs()))
+        return false;
+    const QString problem = report.problem(-1);
+    if (problem.isEmpty())
+        return true;
+    ReportFailure(QStringLiteral("Close"), fileName, -1, problem);
+    return false;
+}
+
+int64_t OxCamera::ChunkLength(int64_t size, bool& lengthWritable) const
+{
+    if (!m_feature->IsWritable("FileAccessLength", lengthWritable))
+        lengthWritable = false;
+    // Cameras take from 1 byte up to a limit of their own; one whose length
+    // is fixed is sent chunks of that length, the last one shorter.
+    QVariant minimum, limit, increment;
+    bool known = false;
+    const qlonglong cameraLimit =
+        (lengthWritable ? m_feature->GetFeatureRange("FileAccessLength", minimum, limit, increment)
+                        : m_feature->GetValue("FileAccessLength", limit))
+            ? limit.toLongLong(&known)
+            : 0;
+    int64_t chunk = std::min(size, kFileAccessChunk);
+    if (known && cameraLimit > 0)
+        chunk = std::min<int64_t>(chunk, cameraLimit);
+    return chunk;
+}
+
+void OxCamera::ReportFailure(const QString& operation, const QString& fileName, int64_t offset,
+                             const QString& problem)
+{
+    emit fileAccessError(
+        offset < 0 ? tr("File Access %1 of %2 failed: %3.").arg(operation, fileName, problem)
+                   : tr("File Access %1 of %2 at byte %3 failed: %4.")
+                         .arg(operation, fileName)
+                         .arg(offset)
+                         .arg(problem));
 }
 
 bool OxCamera::DownloadDeviceFile(char const* localPath, char const* fileName,
@@ -259,36 +321,38 @@ bool OxCamera::DownloadDeviceFile(char const* localPath, char const* fileName,
     if (m_feature->HasFeature("Filename", hasFilename) && hasFilename &&
         !m_feature->SetValue("Filename", name))
         return false;
-    if (!OpenDeviceFile(QStringLiteral("Read"), kDownloadOpenWaitMs)) {
+    const FileOperationReport report(*m_feature);
+    if (!OpenDeviceFile(QStringLiteral("Read"), report, name)) {
         local.close();
         return false;
     }
 
     // The device file is open from here on.
-    QVariant sizeValue;
-    bool sizeOk = m_feature->GetValue("FileSize", sizeValue);
-    const qlonglong size = sizeOk ? sizeValue.toLongLong(&sizeOk) : -1;
-    if (!sizeOk || size < 0) {
-        CloseDeviceFile();
-        local.close();
-        return false;
-    }
-
-    const int64_t chunk = std::min<int64_t>(size, kFileAccessChunk);
-    std::vector<uint8_t> scratch(size_t(chunk), 0);
-    bool lengthWritable = false;
-    if (!m_feature->IsWritable("FileAccessLength", lengthWritable))
-        lengthWritable = false;
-    // This one failure returns without closing the device file; the local
-    // file is closed by its destructor.
-    if (lengthWritable && !m_feature->SetValue("FileAccessLength", Integer(chunk)))
-        return false;
-
     auto abort = [&]() {
         CloseDeviceFile();
         local.close();
         return false;
     };
+    QVariant sizeValue;
+    bool sizeOk = m_feature->GetValue("FileSize", sizeValue);
+    const qlonglong size = sizeOk ? sizeValue.toLongLong(&sizeOk) : -1;
+    if (!sizeOk || size < 0)
+        return abort();
+
+    // An empty file needs no chunk, and no length (cameras take at least 1).
+    int64_t chunk = 0;
+    bool lengthWritable = false;
+    if (size > 0) {
+        // Offset and length belong to the operation selected when written.
+        if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Read")))
+            return abort();
+        chunk = ChunkLength(size, lengthWritable);
+        // This one failure returns without closing the device file; the
+        // local file is closed by its destructor.
+        if (lengthWritable && !m_feature->SetValue("FileAccessLength", Integer(chunk)))
+            return false;
+    }
+    std::vector<uint8_t> scratch(size_t(chunk), 0);
 
     int64_t offset = 0;
     int64_t remaining = size;
@@ -299,10 +363,14 @@ bool OxCamera::DownloadDeviceFile(char const* localPath, char const* fileName,
         if (length != chunk && lengthWritable &&
             !m_feature->SetValue("FileAccessLength", Integer(length)))
             return abort();
-        if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Read")))
-            return abort();
         if (!m_feature->SetCommand("FileOperationExecute", kChunkWaitMs))
             return abort();
+        // The buffer holds the chunk only if the camera says so.
+        const QString problem = report.problem(length);
+        if (!problem.isEmpty()) {
+            ReportFailure(QStringLiteral("Read"), name, offset, problem);
+            return abort();
+        }
         scratch.resize(size_t(length));
         if (!m_feature->GetRegisterValue("FileAccessBuffer", scratch, int(length)))
             return abort();
@@ -314,8 +382,7 @@ bool OxCamera::DownloadDeviceFile(char const* localPath, char const* fileName,
         emit updateTransferProcess(remaining, name, QStringLiteral("Read"));
     }
 
-    if (!m_feature->SetValue("FileOperationSelector", QStringLiteral("Close")) ||
-        !m_feature->SetCommand("FileOperationExecute", CloseWaitMs()))
+    if (!CloseDeviceFile(report, name))
         return abort();
     local.close();
     emit updateTransferProcess(0, name, QStringLiteral("Read"));

@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+class FileOperationReport;
 class OxCameraFeature;
 class OxFeatureContainer;
 
@@ -42,7 +43,8 @@ public:
     bool IsBigEndian();
 
     // True when the device file was opened and closed; *bytesWritten then
-    // tells how much of the buffer the camera confirmed.
+    // tells how much of the buffer the camera confirmed, and a caller must
+    // take fewer bytes than the buffer holds for a failed upload.
     bool UploadBuffer(std::vector<unsigned char> buffer, char const* fileName,
                       char const* fileSelector, long* bytesWritten);
     bool UploadLocalFile(char const* fileName, char const* localPath, char const* fileSelector,
@@ -69,12 +71,27 @@ signals:
     // Bytes still to transfer; fileOperation is "Write" or "Read". Emitted
     // on the transferring thread.
     void updateTransferProcess(int64_t remaining, QString fileName, QString fileOperation);
+    // Why a transfer failed where the camera's own report on an operation
+    // tells it: a failure status, or fewer bytes than asked. Emitted on the
+    // transferring thread, before the transfer returns.
+    void fileAccessError(QString message);
 
 private:
-    // Sets the open mode and opens the selected device file, waiting waitMs
-    // for the open (0: not at all); closes a file left open first.
-    bool OpenDeviceFile(const QString& mode, uint64_t waitMs);
+    // Sets the open mode and opens the selected device file; closes a file
+    // left open first.
+    bool OpenDeviceFile(const QString& mode, const FileOperationReport& report,
+                        const QString& fileName);
+    // Selects and runs "Close" whatever the selection gave (the last resort
+    // of a failed download).
     bool CloseDeviceFile();
+    // Closes the device file and checks the camera's report on it.
+    bool CloseDeviceFile(const FileOperationReport& report, const QString& fileName);
+    // Bytes per chunk for a file of `size` bytes, within what the camera's
+    // "FileAccessLength" allows (the operation must be selected already).
+    int64_t ChunkLength(int64_t size, bool& lengthWritable) const;
+    // offset < 0: an operation on the whole file (open, close).
+    void ReportFailure(const QString& operation, const QString& fileName, int64_t offset,
+                       const QString& problem);
 
     OxCameraFeature* m_feature;
     std::shared_ptr<Hvx::Camera> m_camera;

@@ -1,6 +1,7 @@
 #include "OxFeatureContainer.h"
 
 #include "OxFeatureContainerUtil.h"
+#include "SdkText.h"
 
 OxFeatureContainer::OxFeatureContainer(std::shared_ptr<Hvx::FeatureContainer> container,
                                        QObject* parent)
@@ -66,4 +67,19 @@ bool OxFeatureContainer::GetSubFeatures(const char* name,
                                         std::vector<Hvx::EnumEntry>* entries) const
 {
     return OxFeatureContainerUtil::GetSubFeatures(m_container, name, entries) == HvErrorSuccess;
+}
+
+QStringList OxFeatureContainer::GetEntryNames(const char* name) const
+{
+    std::vector<Hvx::EnumEntry> entries;
+    QStringList names;
+    if (!GetSubFeatures(name, &entries))
+        return names;
+    for (const Hvx::EnumEntry& entry : entries) {
+        QString text;
+        if (ReadSdkText([&entry](char* b, unsigned int& l) { return entry.GetName(b, l); }, text) ==
+            HvErrorSuccess)
+            names << text;
+    }
+    return names;
 }

@@ -4,6 +4,7 @@
 #include <Hvx/SharedPointers.h>
 
 #include <QObject>
+#include <QStringList>
 #include <QVariant>
 
 #include <cstdint>
@@ -34,6 +35,9 @@ public:
     bool IsWritable(const char* name, bool& result) const;
     bool IsReadable(const char* name, bool& result) const;
     bool GetSubFeatures(const char* name, std::vector<Hvx::EnumEntry>* entries) const;
+    // The names of GetSubFeatures' entries; empty when there are none or the
+    // enumeration cannot be read.
+    QStringList GetEntryNames(const char* name) const;
 
     std::shared_ptr<Hvx::FeatureContainer> Container() const { return m_container; }
 

@@ -88,56 +88,91 @@ bool IsTextVariant(const QVariant& value)
     return value.userType() == QMetaType::QString;
 }
 
-} // namespace
-
-// ---- object family --------------------------------------------------------
-
-HvErrorType OxFeatureContainerUtil::GetFeatureValue(const Container& container, const char* name,
-                                                    QVariant& value)
+// One feature's typed values, through the object API.
+struct ObjectAccess
 {
     FeaturePtr feature;
-    HvFeatureDataType type = HvFeatureDataUnknown;
-    HvErrorType result = FindTypedFeature(container, name, feature, type);
-    if (result != HvErrorSuccess)
-        return result;
+
+    HvErrorType getInt(int64_t& v) const { return feature->GetIntValue(v); }
+    HvErrorType getFloat(double& v) const { return feature->GetFloatValue(v); }
+    HvErrorType getBool(bool& v) const { return feature->GetBoolValue(v); }
+    HvErrorType getEnum(char* text, unsigned int& length) const
+    {
+        return feature->GetEnumValue(text, length);
+    }
+    HvErrorType getString(char* text, unsigned int& length) const
+    {
+        return feature->GetStringValue(text, length);
+    }
+    HvErrorType setInt(int64_t v) const { return feature->SetIntValue(v); }
+    HvErrorType setFloat(double v) const { return feature->SetFloatValue(v); }
+    HvErrorType setBool(bool v) const { return feature->SetBoolValue(v); }
+    HvErrorType setEnumInt(int64_t v) const { return feature->SetEnumIntValue(v); }
+    HvErrorType setEnum(const char* entry) const { return feature->SetEnumValue(entry); }
+    HvErrorType setString(const char* text) const { return feature->SetStringValue(text); }
+};
+
+// The same through the flat API on a raw handle.
+struct HandleAccess
+{
+    HvHandle handle;
+    const char* name;
+
+    HvErrorType getInt(int64_t& v) const { return HvFeatureIntGet(handle, name, &v); }
+    HvErrorType getFloat(double& v) const { return HvFeatureFloatGet(handle, name, &v); }
+    HvErrorType getBool(bool& v) const { return HvFeatureBoolGet(handle, name, &v); }
+    HvErrorType getEnum(char* text, unsigned int& length) const
+    {
+        return HvFeatureEnumGet(handle, name, text, &length);
+    }
+    HvErrorType getString(char* text, unsigned int& length) const
+    {
+        return HvFeatureStringGet(handle, name, text, &length);
+    }
+    HvErrorType setInt(int64_t v) const { return HvFeatureIntSet(handle, name, v); }
+    HvErrorType setFloat(double v) const { return HvFeatureFloatSet(handle, name, v); }
+    HvErrorType setBool(bool v) const { return HvFeatureBoolSet(handle, name, v); }
+    HvErrorType setEnumInt(int64_t v) const { return HvFeatureEnumIntSet(handle, name, v); }
+    HvErrorType setEnum(const char* entry) const { return HvFeatureEnumSet(handle, name, entry); }
+    HvErrorType setString(const char* text) const { return HvFeatureStringSet(handle, name, text); }
+};
+
+// The type mapping, written once for both families.
+template <typename Access>
+HvErrorType ReadVariant(HvFeatureDataType type, const Access& access, QVariant& value)
+{
+    HvErrorType result = HvErrorSuccess;
     switch (type) {
     case HvFeatureDataUnknown:
         return HvErrorWrongType;
     case HvFeatureDataInt: {
         int64_t v = 0;
-        result = feature->GetIntValue(v);
+        result = access.getInt(v);
         if (result == HvErrorSuccess)
             value = QVariant(static_cast<long long>(v));
         return result;
     }
     case HvFeatureDataFloat: {
         double v = 0.0;
-        result = feature->GetFloatValue(v);
+        result = access.getFloat(v);
         if (result == HvErrorSuccess)
             value = QVariant(v);
-        return result;
-    }
-    case HvFeatureDataEnum: {
-        QString entry;
-        result = ReadSdkText(
-            [&](char* text, unsigned int& length) { return feature->GetEnumValue(text, length); },
-            entry);
-        if (result == HvErrorSuccess)
-            value = QVariant(entry);
         return result;
     }
     case HvFeatureDataBool: {
         bool v = false;
-        result = feature->GetBoolValue(v);
+        result = access.getBool(v);
         if (result == HvErrorSuccess)
             value = QVariant(v);
         return result;
     }
+    case HvFeatureDataEnum:
     default: {
         QString text;
         result = ReadSdkText(
             [&](char* buffer, unsigned int& length) {
-                return feature->GetStringValue(buffer, length);
+                return type == HvFeatureDataEnum ? access.getEnum(buffer, length)
+                                                 : access.getString(buffer, length);
             },
             text);
         if (result == HvErrorSuccess)
@@ -147,50 +182,71 @@ HvErrorType OxFeatureContainerUtil::GetFeatureValue(const Container& container, 
     }
 }
 
+template <typename Access>
+HvErrorType WriteVariant(HvFeatureDataType type, const Access& access, const QVariant& value)
+{
+    switch (type) {
+    case HvFeatureDataUnknown:
+        return HvErrorWrongType;
+    case HvFeatureDataInt:
+        return access.setInt(value.toLongLong());
+    case HvFeatureDataFloat:
+        return access.setFloat(value.toDouble());
+    case HvFeatureDataEnum:
+        if (IsIntVariant(value))
+            return access.setEnumInt(value.toInt());
+        if (IsTextVariant(value))
+            return access.setEnum(value.toString().toUtf8().constData());
+        return HvErrorWrongType;
+    case HvFeatureDataBool:
+        return access.setBool(value.toBool());
+    default:
+        return access.setString(value.toString().toUtf8().constData());
+    }
+}
+
+// The current entry of an enumeration, its name read as Latin-1.
+template <typename Access> HvErrorType ReadEnumLatin1(const Access& access, QVariant& value)
+{
+    unsigned int length = 0;
+    HvErrorType result = access.getEnum(nullptr, length);
+    if (result != HvErrorSuccess)
+        return result;
+    std::vector<char> buffer(size_t(length) + 1, '\0');
+    result = access.getEnum(buffer.data(), length);
+    if (result == HvErrorSuccess)
+        value = QVariant(QString::fromLatin1(buffer.data(), int(length)));
+    return result;
+}
+
+} // namespace
+
+// ---- object family --------------------------------------------------------
+
+HvErrorType OxFeatureContainerUtil::GetFeatureValue(const Container& container, const char* name,
+                                                    QVariant& value)
+{
+    FeaturePtr feature;
+    HvFeatureDataType type = HvFeatureDataUnknown;
+    const HvErrorType result = FindTypedFeature(container, name, feature, type);
+    return result != HvErrorSuccess ? result : ReadVariant(type, ObjectAccess{feature}, value);
+}
+
 HvErrorType OxFeatureContainerUtil::SetFeatureValue(const Container& container, const char* name,
                                                     const QVariant& value)
 {
     FeaturePtr feature;
     HvFeatureDataType type = HvFeatureDataUnknown;
-    HvErrorType result = FindTypedFeature(container, name, feature, type);
-    if (result != HvErrorSuccess)
-        return result;
-    switch (type) {
-    case HvFeatureDataUnknown:
-        return HvErrorWrongType;
-    case HvFeatureDataInt:
-        return feature->SetIntValue(value.toLongLong());
-    case HvFeatureDataFloat:
-        return feature->SetFloatValue(value.toDouble());
-    case HvFeatureDataEnum:
-        if (IsIntVariant(value))
-            return feature->SetEnumIntValue(value.toInt());
-        if (IsTextVariant(value))
-            return feature->SetEnumValue(value.toString().toUtf8().constData());
-        return HvErrorWrongType;
-    case HvFeatureDataBool:
-        return feature->SetBoolValue(value.toBool());
-    default:
-        return feature->SetStringValue(value.toString().toUtf8().constData());
-    }
+    const HvErrorType result = FindTypedFeature(container, name, feature, type);
+    return result != HvErrorSuccess ? result : WriteVariant(type, ObjectAccess{feature}, value);
 }
 
 HvErrorType OxFeatureContainerUtil::GetFeatureValueEnum(const Container& container,
                                                         const char* name, QVariant& value)
 {
     FeaturePtr feature;
-    HvErrorType result = FindEnumFeature(container, name, feature);
-    if (result != HvErrorSuccess)
-        return result;
-    unsigned int length = 0;
-    result = feature->GetEnumValue(nullptr, length);
-    if (result != HvErrorSuccess)
-        return result;
-    std::vector<char> buffer(size_t(length) + 1, '\0');
-    result = feature->GetEnumValue(buffer.data(), length);
-    if (result == HvErrorSuccess)
-        value = QVariant(QString::fromLatin1(buffer.data(), int(length)));
-    return result;
+    const HvErrorType result = FindEnumFeature(container, name, feature);
+    return result != HvErrorSuccess ? result : ReadEnumLatin1(ObjectAccess{feature}, value);
 }
 
 HvErrorType OxFeatureContainerUtil::SetFeatureValueEnum(const Container& container,
@@ -366,56 +422,8 @@ HvErrorType OxFeatureContainerUtil::GetFeatureValue(HvHandle handle, const char*
                                                     QVariant& value)
 {
     HvFeatureDataType type = HvFeatureDataUnknown;
-    HvErrorType result = HandleFeatureType(handle, name, type);
-    if (result != HvErrorSuccess)
-        return result;
-    switch (type) {
-    case HvFeatureDataUnknown:
-        return HvErrorWrongType;
-    case HvFeatureDataInt: {
-        int64_t v = 0;
-        result = HvFeatureIntGet(handle, name, &v);
-        if (result == HvErrorSuccess)
-            value = QVariant(static_cast<long long>(v));
-        return result;
-    }
-    case HvFeatureDataFloat: {
-        double v = 0.0;
-        result = HvFeatureFloatGet(handle, name, &v);
-        if (result == HvErrorSuccess)
-            value = QVariant(v);
-        return result;
-    }
-    case HvFeatureDataEnum: {
-        QString entry;
-        result = ReadSdkText(
-            [&](char* text, unsigned int& length) {
-                return HvFeatureEnumGet(handle, name, text, &length);
-            },
-            entry);
-        if (result == HvErrorSuccess)
-            value = QVariant(entry);
-        return result;
-    }
-    case HvFeatureDataBool: {
-        bool v = false;
-        result = HvFeatureBoolGet(handle, name, &v);
-        if (result == HvErrorSuccess)
-            value = QVariant(v);
-        return result;
-    }
-    default: {
-        QString text;
-        result = ReadSdkText(
-            [&](char* buffer, unsigned int& length) {
-                return HvFeatureStringGet(handle, name, buffer, &length);
-            },
-            text);
-        if (result == HvErrorSuccess)
-            value = QVariant(text);
-        return result;
-    }
-    }
+    const HvErrorType result = HandleFeatureType(handle, name, type);
+    return result != HvErrorSuccess ? result : ReadVariant(type, HandleAccess{handle, name}, value);
 }
 
 HvErrorType OxFeatureContainerUtil::SetFeatureValue(HvHandle handle, const char* name,
@@ -423,46 +431,20 @@ HvErrorType OxFeatureContainerUtil::SetFeatureValue(HvHandle handle, const char*
 {
     HvFeatureDataType type = HvFeatureDataUnknown;
     const HvErrorType result = HandleFeatureType(handle, name, type);
-    if (result != HvErrorSuccess)
-        return result;
-    switch (type) {
-    case HvFeatureDataUnknown:
-        return HvErrorWrongType;
-    case HvFeatureDataInt:
-        return HvFeatureIntSet(handle, name, value.toLongLong());
-    case HvFeatureDataFloat:
-        return HvFeatureFloatSet(handle, name, value.toDouble());
-    case HvFeatureDataEnum:
-        if (IsIntVariant(value))
-            return HvFeatureEnumIntSet(handle, name, value.toInt());
-        if (IsTextVariant(value))
-            return HvFeatureEnumSet(handle, name, value.toString().toUtf8().constData());
-        return HvErrorWrongType;
-    case HvFeatureDataBool:
-        return HvFeatureBoolSet(handle, name, value.toBool());
-    default:
-        return HvFeatureStringSet(handle, name, value.toString().toUtf8().constData());
-    }
+    return result != HvErrorSuccess ? result
+                                    : WriteVariant(type, HandleAccess{handle, name}, value);
 }
 
 HvErrorType OxFeatureContainerUtil::GetFeatureValueEnum(HvHandle handle, const char* name,
                                                         QVariant& value)
 {
     HvFeatureDataType type = HvFeatureDataUnknown;
-    HvErrorType result = HandleFeatureType(handle, name, type);
+    const HvErrorType result = HandleFeatureType(handle, name, type);
     if (result != HvErrorSuccess)
         return result;
     if (type != HvFeatureDataEnum)
         return HvErrorWrongType;
-    uint32_t length = 0;
-    result = HvFeatureEnumGet(handle, name, nullptr, &length);
-    if (result != HvErrorSuccess)
-        return result;
-    std::vector<char> buffer(size_t(length) + 1, '\0');
-    result = HvFeatureEnumGet(handle, name, buffer.data(), &length);
-    if (result == HvErrorSuccess)
-        value = QVariant(QString::fromLatin1(buffer.data(), int(length)));
-    return result;
+    return ReadEnumLatin1(HandleAccess{handle, name}, value);
 }
 
 HvErrorType OxFeatureContainerUtil::SetFeatureValueEnum(HvHandle handle, const char* name,

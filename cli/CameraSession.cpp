@@ -1,6 +1,7 @@
 #include "CameraSession.h"
 
 #include "ApiController.h"
+#include "CameraSource.h"
 #include "OxCamera.h"
 #include "OxCameraManager.h"
 
@@ -13,6 +14,20 @@ namespace {
 QString tr(const char* text)
 {
     return QCoreApplication::translate("orvex-nuc", text);
+}
+
+// Four decimal numbers up to 255 separated by dots.
+bool isIpv4Address(const QString& text)
+{
+    const QStringList parts = text.split('.');
+    if (parts.size() != 4)
+        return false;
+    for (const QString& part : parts) {
+        bool ok = false;
+        if (part.isEmpty() || part.size() > 3 || part.toUInt(&ok) > 255 || !ok)
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -65,7 +80,36 @@ CameraInfoMap CameraSession::find(const QString& id)
                 return camera;
         }
     }
+    QString ignored;
+    if (selectedCameraSource() != CameraSource::Simulated && isIpv4Address(id))
+        return findByAddress(id, &ignored);
     return CameraInfoMap();
+}
+
+CameraInfoMap CameraSession::findByAddress(const QString& address, QString* error)
+{
+    if (!m_started) {
+        *error = m_startError;
+        return CameraInfoMap();
+    }
+    if (selectedCameraSource() == CameraSource::Simulated) {
+        *error = tr("looking for a camera at an address needs real cameras: give --cameras real "
+                    "or --cameras all before the command");
+        return CameraInfoMap();
+    }
+    takeErrors();
+    const Hvx::CameraPtr camera = m_controller->AddCameraByAddress(address);
+    if (!camera) {
+        *error = takeErrors().join("; ");
+        return CameraInfoMap();
+    }
+    return m_controller->GetCameraInfo(camera);
+}
+
+QString CameraSession::serialNumber(const CameraInfoMap& camera)
+{
+    const QString serial = camera.value("Serial No.").toString();
+    return serial.isEmpty() ? camera.value("Extended ID").toString() : serial;
 }
 
 OxCamera* CameraSession::open(const CameraInfoMap& camera, QString* error)

@@ -30,12 +30,21 @@ public:
     // Every detected camera with its information keys.
     QList<CameraInfoMap> cameras();
     // The camera whose extended ID, plain ID or serial number is `id`, in
-    // that order of preference; an empty map when none has it.
+    // that order of preference, else (with real cameras) the camera that
+    // answers at `id` as an IPv4 address; an empty map when none has it.
     CameraInfoMap find(const QString& id);
+    // The GigE Vision camera at an IPv4 address, asked by unicast; it needs
+    // real cameras switched on. An empty map with the reason in *error when
+    // none answered.
+    CameraInfoMap findByAddress(const QString& address, QString* error);
 
     // Opens the camera with full access; null with the reason in *error.
     // The session closes it again on destruction.
     OxCamera* open(const CameraInfoMap& camera, QString* error);
+
+    // The camera's "Serial No.", or its extended ID when it reports none:
+    // what backups of its maps are kept under.
+    static QString serialNumber(const CameraInfoMap& camera);
 
     // The controller's error reports since the last call.
     QStringList takeErrors();

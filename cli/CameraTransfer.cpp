@@ -35,6 +35,16 @@ CameraTransfer::CameraTransfer(const QString& command, const QString& summary,
 
 CameraTransfer::~CameraTransfer() = default;
 
+void CameraTransfer::addOption(const QCommandLineOption& option)
+{
+    m_parser->addOption(option);
+}
+
+bool CameraTransfer::isSet(const QCommandLineOption& option) const
+{
+    return m_parser->isSet(option);
+}
+
 int CameraTransfer::parse(const QStringList& arguments)
 {
     const int parsed = parseSubcommand(*m_parser, arguments);
@@ -66,6 +76,7 @@ bool CameraTransfer::open()
         return false;
     }
     m_extendedId = info.value("Extended ID").toString();
+    m_serialNumber = CameraSession::serialNumber(info);
     QString error;
     m_camera = m_session->open(info, &error);
     if (m_camera == nullptr) {
@@ -74,8 +85,8 @@ bool CameraTransfer::open()
     }
 
     QStringList names;
-    const QList<CameraMapEntry> entries = CameraMapEntry::list(*m_camera->GetFeatureContainer());
-    for (const CameraMapEntry& entry : entries) {
+    const QList<OxMapEntry> entries = OxMapEntry::list(*m_camera->GetFeatureContainer());
+    for (const OxMapEntry& entry : entries) {
         if (entry.name == m_entryName) {
             m_entry = entry;
             break;
@@ -101,6 +112,10 @@ bool CameraTransfer::open()
             *last = line;
             cliErr() << line << '\n' << Qt::flush;
         });
+    // The camera's own reason for a failure, before the command's verdict.
+    QObject::connect(m_camera, &OxCamera::fileAccessError, [](const QString& message) {
+        cliErr() << message << '\n' << Qt::flush;
+    });
     return true;
 }
 

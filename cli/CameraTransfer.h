@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CameraMapEntry.h"
+#include "OxMapEntry.h"
 
 #include <QCommandLineOption>
 #include <QString>
@@ -21,6 +21,10 @@ public:
     CameraTransfer(const QString& command, const QString& summary, const QString& description);
     ~CameraTransfer();
 
+    // An option of the command's own, added before parse().
+    void addOption(const QCommandLineOption& option);
+    bool isSet(const QCommandLineOption& option) const;
+
     // Returns -1 when the command should go on, else the exit status.
     int parse(const QStringList& arguments);
 
@@ -32,7 +36,8 @@ public:
     bool open();
     OxCamera* camera() const { return m_camera; }
     QString extendedId() const { return m_extendedId; }
-    const CameraMapEntry& entry() const { return m_entry; }
+    QString serialNumber() const { return m_serialNumber; }
+    const OxMapEntry& entry() const { return m_entry; }
 
     // Reports a failure of the command and returns ExitFailed.
     int fail(const QString& text) const;
@@ -48,5 +53,6 @@ private:
     std::unique_ptr<CameraSession> m_session;
     OxCamera* m_camera = nullptr;
     QString m_extendedId;
-    CameraMapEntry m_entry;
+    QString m_serialNumber;
+    OxMapEntry m_entry;
 };

@@ -18,15 +18,18 @@ QString tr(const char* text)
     return QCoreApplication::translate("orvex-nuc cameras", text);
 }
 
-// The information keys in the order the camera list shows them.
-const char* const kKeys[] = {"Extended ID",     "Camera ID",  "Model Name",
-                             "Camera Name",     "Serial No.", "Interface",
-                             "Transport Layer", "TL Path",    "Full Access"};
+// The information keys in the order the camera list shows them; the last two
+// only where the transport layer knows them.
+const char* const kKeys[] = {"Extended ID", "Camera ID", "Model Name",      "Camera Name",
+                             "Serial No.",  "Interface", "Transport Layer", "TL Path",
+                             "Full Access", "Vendor",    "Firmware"};
 
 void printText(const CameraInfoMap& camera, const QString& family)
 {
     cliOut() << camera.value("Extended ID").toString() << '\n';
     for (const char* key : kKeys) {
+        if (!camera.contains(key))
+            continue;
         const QVariant value = camera.value(key);
         const QString text = value.type() == QVariant::Bool
                                  ? (value.toBool() ? tr("yes") : tr("no"))
@@ -49,8 +52,15 @@ int runCamerasCommand(const QStringList& arguments)
     const QCommandLineOption all("all", tr("List every camera, also unsupported models."));
     const QCommandLineOption json(
         "json", tr("Print a JSON array of objects keyed by the information keys."));
+    const QCommandLineOption address(
+        "address",
+        tr("Look for the GigE Vision camera at this IPv4 address by unicast (a camera on another "
+           "subnet, which discovery does not reach) and list only it. Needs real cameras "
+           "(--cameras real or all before the command)."),
+        "IP");
     parser.addOption(all);
     parser.addOption(json);
+    parser.addOption(address);
 
     const int parsed = parseSubcommand(parser, arguments);
     if (parsed >= 0)
@@ -64,12 +74,25 @@ int runCamerasCommand(const QStringList& arguments)
         return ExitFailed;
     }
 
+    QList<CameraInfoMap> cameras;
+    if (parser.isSet(address)) {
+        QString error;
+        const CameraInfoMap found = session.findByAddress(parser.value(address), &error);
+        if (found.isEmpty()) {
+            cliErr() << "orvex-nuc cameras: " << error << '\n' << Qt::flush;
+            return ExitFailed;
+        }
+        cameras << found;
+    } else {
+        cameras = session.cameras();
+    }
+
     QJsonArray array;
     bool first = true;
-    for (const CameraInfoMap& camera : session.cameras()) {
+    for (const CameraInfoMap& camera : cameras) {
         QString family;
         if (!IsCameraModelCompatible(camera.value("Model Name").toString(), family) &&
-            !parser.isSet(all))
+            !parser.isSet(all) && !parser.isSet(address))
             continue;
         if (parser.isSet(json)) {
             array.append(QJsonObject::fromVariantMap(camera));

@@ -1,6 +1,7 @@
 #include "CliCommand.h"
 
 #include "AcquireCommand.h"
+#include "BackupsCommand.h"
 #include "CamerasCommand.h"
 #include "DownloadCommand.h"
 #include "FeatureCommands.h"
@@ -40,6 +41,9 @@ const QList<CliCommand>& cliCommands()
         {"verify",
          QCoreApplication::translate("orvex-nuc", "Measure how well a map on a camera corrects."),
          runVerifyCommand},
+        {"backups",
+         QCoreApplication::translate("orvex-nuc", "List the map backups kept of a camera."),
+         runBackupsCommand},
     };
     return commands;
 }

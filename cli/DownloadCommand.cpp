@@ -35,7 +35,7 @@ int runDownloadCommand(const QStringList& arguments)
         return transfer.fail(tr("%1: %2").arg(transfer.file(), destination.errorString()));
     destination.close();
 
-    const CameraMapEntry& entry = transfer.entry();
+    const OxMapEntry& entry = transfer.entry();
     long read = 0;
     const bool done = transfer.camera()->DownloadDeviceFile(
         QFile::encodeName(transfer.file()).constData(), entry.fileName.toUtf8().constData(),

@@ -5,8 +5,7 @@
 #include "NucImageInput.h"
 #include "NucLargeBuffer.h"
 #include "NucMapFile.h"
-#include "NucMapGeneration.h"
-#include "NucMapPacking.h"
+#include "NucMapPipeline.h"
 #include "NucTargets.h"
 
 #include <QCommandLineParser>
@@ -48,13 +47,13 @@ QStringList expandPaths(const QStringList& paths)
 struct PlannedImage
 {
     QString path;
-    int which;
+    NucImageInput::Series which;
     int position; // 1-based within its series
     int total;
     bool repeated;
 };
 
-void planSeries(QList<PlannedImage>& plan, const QStringList& files, int which)
+void planSeries(QList<PlannedImage>& plan, const QStringList& files, NucImageInput::Series which)
 {
     QStringList added;
     for (int i = 0; i < files.size(); ++i) {
@@ -182,63 +181,25 @@ int runGenerateCommand(const QStringList& arguments)
     if (!loadPlanned(input, plan, silent))
         return ExitFailed;
 
+    // A camera with map entries or user maps takes the words unswapped.
+    NucMapPipeline::FileSpec spec;
+    spec.kind = parser.isSet(output) ? NucMapFile::Kind::Bin : NucMapFile::Kind::UserMap;
+    spec.mapId = quint32(id);
+    const QString target = parser.isSet(output) ? parser.value(output) : parser.value(userMap);
+    QByteArray file;
     NucImageInput::Message message;
-    if (!input.canGenerate(&message)) {
+    if (!NucMapPipeline::makeFile(input, targetGain, targetOffset, spec, &file, &message)) {
         cliErr() << message.text << '\n' << Qt::flush;
         return ExitFailed;
     }
-    const bool sixteenBit = input.darkMean.format() == QImage::Format_Grayscale16;
-    // No image is added any more: the remainders and mean images are not
-    // needed for the map, and dropping them first keeps the peak memory down.
-    input.darkMean = input.brightMean = QImage();
-    for (NUShadingParams* series : {&input.darkParams, &input.brightParams}) {
-        series->remainder8.reset();
-        series->remainder16.reset();
-    }
-
-    // A camera with map entries or user maps takes the words unswapped.
-    const quint32 w = input.width;
-    const quint32 h = input.height;
-    const QString target = parser.isSet(output) ? parser.value(output) : parser.value(userMap);
-    QList<QByteArray> pieces;
-    bool generated = false;
-    if (input.darkSum.count() > 0) {
-        if (parser.isSet(output)) {
-            QByteArray file;
-            generated = NucMapGeneration::binFileFromSums(
-                input.darkSum, input.brightSum, targetGain, targetOffset, quint32(id), &file);
-            pieces << file;
-        } else {
-            QVector<quint16> words;
-            generated = NucMapGeneration::packedMapFromSums(input.darkSum, input.brightSum,
-                                                            targetGain, targetOffset, &words);
-            pieces = NucMapFile::userMapFileParts(w, h, words);
-        }
-    } else if (parser.isSet(output)) {
-        QByteArray file;
-        generated = NucMapGeneration::generateBinFile(input.darkParams, input.brightParams,
-                                                      targetGain, targetOffset, sixteenBit,
-                                                      input.bitDepth, quint32(id), &file);
-        pieces << file;
-    } else {
-        generated = NucMapGeneration::generate(input.darkParams, input.brightParams, targetGain,
-                                               targetOffset, sixteenBit);
-        if (generated)
-            pieces = NucMapFile::userMapFileParts(w, h,
-                                                  NucMapPacking::packedMap(input.darkParams,
-                                                                           input.brightParams,
-                                                                           input.bitDepth, false));
-    }
-    if (!generated) {
-        cliErr() << NucImageInput::generationFailedText() << '\n' << Qt::flush;
-        return ExitFailed;
-    }
     QString error;
-    if (NucMapFile::save(target, pieces, &error) != NucMapFile::SaveResult::Saved) {
+    if (NucMapFile::save(target, file, &error) != NucMapFile::SaveResult::Saved) {
         cliErr() << tr("%1: cannot write: %2").arg(target, error) << '\n' << Qt::flush;
         return ExitFailed;
     }
     if (!silent)
-        cliErr() << tr("Wrote %1 (%2 x %3 pixels)").arg(target).arg(w).arg(h) << '\n' << Qt::flush;
+        cliErr() << tr("Wrote %1 (%2 x %3 pixels)").arg(target).arg(input.width).arg(input.height)
+                 << '\n'
+                 << Qt::flush;
     return ExitOk;
 }

@@ -1,12 +1,12 @@
 #include "InfoCommand.h"
 
 #include "CliCommand.h"
-#include "MapCodeStatistics.h"
 #include "NUShadingParams.h"
 #include "NucFloatMap.h"
 #include "NucLimits.h"
 #include "NucMapFile.h"
 #include "NucMapPacking.h"
+#include "NucMapStatistics.h"
 
 #include <QBuffer>
 #include <QCommandLineParser>
@@ -35,13 +35,15 @@ void line(const QString& label, const QString& value)
 
 void printCodes(const QVector<quint16>& words)
 {
-    const MapCodeStatistics stats = MapCodeStatistics::of(words);
+    const NucMapStatistics stats = NucMapStatistics::of(words);
     if (stats.pixels == 0) {
         line(tr("Codes"), tr("no pixels"));
         return;
     }
-    line(tr("Gain code"), MapCodeStatistics::describe(stats.gain, 1023));
-    line(tr("Offset code"), MapCodeStatistics::describe(stats.offset, 63));
+    line(tr("Gain code"), NucMapStatistics::describe(stats.gain, NucMapStatistics::GainTop));
+    line(tr("Offset code"), NucMapStatistics::describe(stats.offset, NucMapStatistics::OffsetTop));
+    for (const QString& warning : stats.warnings())
+        line(tr("Warning"), warning);
 }
 
 int failed(const QString& path, const QString& text)

@@ -1,7 +1,6 @@
 #include "VerifyCommand.h"
 
 #include "CameraCommand.h"
-#include "CameraMapEntry.h"
 #include "CliCommand.h"
 #include "CorrectionVerification.h"
 #include "NucCorrectionReport.h"
@@ -9,6 +8,7 @@
 #include "NucImageInput.h"
 #include "NucReportDocument.h"
 #include "OxCamera.h"
+#include "OxMapEntry.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -102,11 +102,11 @@ int runVerifyCommand(const QStringList& arguments)
     if (!command.open())
         return ExitFailed;
     OxCamera* camera = command.camera();
-    CameraMapEntry entry;
-    for (const CameraMapEntry& e : CameraMapEntry::list(*camera->GetFeatureContainer()))
+    OxMapEntry entry;
+    for (const OxMapEntry& e : OxMapEntry::list(*camera->GetFeatureContainer()))
         if (e.name == entryName)
             entry = e;
-    if (entry.kind == CameraMapEntry::Kind::DeviceFile)
+    if (entry.kind == OxMapEntry::Kind::DeviceFile)
         return command.fail(
             tr("camera %1 has no map entry '%2'").arg(command.extendedId(), entryName));
 

@@ -1,4 +1,5 @@
 #include "CliApplication.h"
+#include "CameraSource.h"
 #include "CliCommand.h"
 
 #include <QCommandLineParser>
@@ -29,6 +30,14 @@ int main(int argc, char** argv)
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
+    const QCommandLineOption cameras(
+        "cameras",
+        QCoreApplication::translate(
+            "orvex-nuc", "Which cameras the commands see: simulated (the default), real (GigE "
+                         "Vision and USB3 Vision; discovery broadcasts on every network "
+                         "interface) or all. ORVEX_CAMERAS sets the same."),
+        "SOURCE");
+    parser.addOption(cameras);
     parser.addPositionalArgument("command",
                                  QCoreApplication::translate("orvex-nuc", "The command to run."),
                                  "<command> [options]");
@@ -51,6 +60,12 @@ int main(int argc, char** argv)
         cliOut() << parser.helpText() << Qt::flush;
         return ExitOk;
     }
+
+    CameraSource source = CameraSource::Simulated;
+    QString sourceError;
+    if (!resolveCameraSource(parser.value(cameras), CameraSource::Simulated, source, sourceError))
+        return usageError(QString(), sourceError);
+    selectCameraSource(source);
 
     for (const CliCommand& command : cliCommands()) {
         if (command.name == positional.first())

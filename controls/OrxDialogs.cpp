@@ -1,5 +1,6 @@
 #include "OrxDialogs.h"
 
+#include <QInputDialog>
 
 namespace {
 
@@ -54,6 +55,11 @@ public:
                                  QFileDialog::Options options) override
     {
         return QFileDialog::getExistingDirectory(parent, caption, dir, options);
+    }
+    QString getText(QWidget* parent, const QString& title, const QString& label,
+                    const QString& text, bool* ok) override
+    {
+        return QInputDialog::getText(parent, title, label, QLineEdit::Normal, text, ok);
     }
 };
 

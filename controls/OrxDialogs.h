@@ -7,9 +7,9 @@
 
 class QWidget;
 
-// The one way the program shows modal dialogs: message boxes, questions and
-// file or folder choosers. Code calls OrxDialogs::instance(); the default
-// implementation shows the Qt dialogs, tests install a scripted one that
+// The one way the program shows modal dialogs: message boxes, questions, file
+// or folder choosers and text entry. Code calls OrxDialogs::instance(); the
+// default implementation shows the Qt dialogs, tests install a scripted one that
 // records what was asked and answers from a queue.
 class OrxDialogs
 {
@@ -45,6 +45,9 @@ public:
         QWidget* parent, const QString& caption, const QString& dir,
         QFileDialog::Options options = QFileDialog::ShowDirsOnly |
                                        QFileDialog::DontResolveSymlinks) = 0;
+    // A line of text; *ok is false when the user cancelled.
+    virtual QString getText(QWidget* parent, const QString& title, const QString& label,
+                            const QString& text, bool* ok) = 0;
 
     // The implementation in use: the installed one, else the Qt dialogs.
     static OrxDialogs& instance();

@@ -11,6 +11,7 @@
 #include <QFutureWatcher>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QTreeView>
@@ -75,6 +76,10 @@ CameraDiscoveryWidget::CameraDiscoveryWidget(QWidget* parent) : QWidget(parent)
             &CameraDiscoveryWidget::_onAutoRefreshToggled);
     connect(m_btnOpen, &QPushButton::clicked, this, [this] { OnCameraStatusChanged(true); });
     connect(m_tree, &QTreeView::doubleClicked, this, [this] { OnCameraStatusChanged(true); });
+    // A row that cannot be opened says why when it is clicked, and a double
+    // click on it does nothing (the view would report it, and the current row
+    // is another camera's).
+    m_tree->viewport()->installEventFilter(this);
     connect(m_btnClose, &QPushButton::clicked, this, [this] { OnCameraStatusChanged(false); });
     connect(m_btnRefresh, &QPushButton::clicked, this, &CameraDiscoveryWidget::RefreshCameraList);
     connect(this, &CameraDiscoveryWidget::CameraOpened, this, [this] {
@@ -102,6 +107,14 @@ CameraDiscoveryWidget::CameraDiscoveryWidget(QWidget* parent) : QWidget(parent)
 
 CameraDiscoveryWidget::~CameraDiscoveryWidget()
 {
+    stopSdk();
+    // Wait cursors pushed for tasks whose results will never arrive.
+    while (m_waitCursors > 0)
+        restoreCursor();
+}
+
+void CameraDiscoveryWidget::stopSdk()
+{
     m_startup.waitForFinished();
     for (QFuture<QVector<CameraInfoMap>>& refresh : m_refreshes)
         refresh.waitForFinished();
@@ -110,9 +123,21 @@ CameraDiscoveryWidget::~CameraDiscoveryWidget()
     if (m_controller)
         m_controller->enableAutomaticDiscovery(false);
     Hvx::HvSystem::GetInstance().Shutdown();
-    // Wait cursors pushed for tasks whose results will never arrive.
-    while (m_waitCursors > 0)
-        restoreCursor();
+}
+
+void CameraDiscoveryWidget::RestartSdk()
+{
+    stopSdk();
+    if (m_controller) {
+        m_controller->disconnect(this);
+        m_controller->disconnect(m_model);
+        m_controller.reset();
+    }
+    // Lists still on their way come from the SDK that just stopped.
+    ++m_latestRefresh;
+    m_model->Init({});
+    Update_lblRefreshInfo();
+    startSdk();
 }
 
 void CameraDiscoveryWidget::setWaitCursor()
@@ -254,6 +279,7 @@ void CameraDiscoveryWidget::RefreshCameraList()
 
     setWaitCursor();
     m_lblRefreshInfo->setText(refreshInProgressText());
+    m_showsRefusal = false;
     m_btnOpen->setEnabled(false);
     m_btnRefresh->setEnabled(false);
     ++m_runningRefreshes;
@@ -290,6 +316,7 @@ void CameraDiscoveryWidget::OnCameraListReady(QVector<CameraInfoMap> list)
 
 void CameraDiscoveryWidget::Update_lblRefreshInfo()
 {
+    m_showsRefusal = false;
     const bool empty = m_model->rowCount() == 0;
     m_lblRefreshInfo->setVisible(empty);
     if (empty) {
@@ -299,11 +326,45 @@ void CameraDiscoveryWidget::Update_lblRefreshInfo()
     }
 }
 
+bool CameraDiscoveryWidget::canOpen(const QModelIndex& index) const
+{
+    return index.isValid() && !m_model->hasChildren(index) &&
+           m_model->GetCameraOpenRefusal(index).isEmpty();
+}
+
 void CameraDiscoveryWidget::_updateOpenButton()
 {
     const QModelIndex current = m_tree->currentIndex();
-    m_btnOpen->setEnabled(current.isValid() && !m_model->hasChildren(current) &&
-                          (m_model->flags(current) & Qt::ItemIsEnabled));
+    m_btnOpen->setEnabled(canOpen(current));
+    // A refusal shown for another row gives way to the usual text.
+    if (!showOpenRefusal(current) && m_showsRefusal)
+        Update_lblRefreshInfo();
+}
+
+bool CameraDiscoveryWidget::showOpenRefusal(const QModelIndex& index)
+{
+    const QString refusal = m_model->GetCameraOpenRefusal(index);
+    if (refusal.isEmpty())
+        return false;
+    m_lblRefreshInfo->setText(
+        tr("%1 cannot be opened: %2").arg(m_model->data(index).toString(), refusal));
+    m_lblRefreshInfo->setVisible(true);
+    m_showsRefusal = true;
+    return true;
+}
+
+bool CameraDiscoveryWidget::eventFilter(QObject* watched, QEvent* event)
+{
+    const QEvent::Type type = event->type();
+    if (watched == m_tree->viewport() &&
+        (type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick)) {
+        const QModelIndex row = m_tree->indexAt(static_cast<QMouseEvent*>(event)->pos());
+        if (showOpenRefusal(row))
+            return type == QEvent::MouseButtonDblClick;
+        if (m_showsRefusal)
+            Update_lblRefreshInfo();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void CameraDiscoveryWidget::OnCameraStatusChanged(bool status)
@@ -314,8 +375,8 @@ void CameraDiscoveryWidget::OnCameraStatusChanged(bool status)
         return;
     const QString extId = model->GetCameraExtId(current);
     if (status) {
-        // A camera without full access cannot be opened by this program.
-        if (model->flags(current) & Qt::ItemIsEnabled)
+        // Cameras held elsewhere or of models the assistant does not serve stay closed.
+        if (canOpen(current))
             emit CameraOpened(extId);
     } else {
         emit CameraClosed(extId, model->GetCameraName(current));

@@ -34,6 +34,9 @@ public:
     ~CameraDiscoveryWidget() override;
 
     std::shared_ptr<ApiController> GetApiController() const;
+    // Shuts the camera SDK down and starts it again, e.g. with other transport
+    // layers selected; a new controller follows. No camera may be open.
+    void RestartSdk();
     void Update_lblRefreshInfo();
 
 signals:
@@ -51,6 +54,9 @@ public slots:
     void OnCameraListReady(QVector<CameraInfoMap> list);
     void InitApiController();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private slots:
     void _onAutoRefreshToggled(int state);
     void _onCameraAdded(const CameraInfoMap& cameraInfo);
@@ -59,7 +65,13 @@ private slots:
 
 private:
     void buildControls();
+    bool canOpen(const QModelIndex& index) const;
+    // Puts why the camera row cannot be opened into the information label;
+    // false (label untouched) when it can be opened or is no camera row.
+    bool showOpenRefusal(const QModelIndex& index);
     void startSdk();
+    // Waits for start-up and refreshes, then shuts the SDK down.
+    void stopSdk();
     // The wait cursor marks start-up and running refreshes; counted so that
     // the widget never restores a cursor it did not set.
     void setWaitCursor();
@@ -88,4 +100,6 @@ private:
     quint64 m_latestRefresh = 0;
     int m_runningRefreshes = 0;
     int m_waitCursors = 0;
+    // The information label tells why a camera row cannot be opened.
+    bool m_showsRefusal = false;
 };

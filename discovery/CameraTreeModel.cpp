@@ -1,5 +1,6 @@
 #include "CameraTreeModel.h"
 
+#include "CameraOpenRefusal.h"
 #include "CameraTreeItem.h"
 
 #include <QHash>
@@ -111,6 +112,9 @@ QVariant CameraTreeModel::data(const QModelIndex& index, int role) const
             tooltip +=
                 QStringLiteral("<B>%1</B>: %2<BR>").arg(m_headerKeys.at(i), value.toString());
         }
+        const QString refusal = GetCameraOpenRefusal(index);
+        if (!refusal.isEmpty())
+            tooltip += QStringLiteral("<B>%1</B>: %2<BR>").arg(tr("Cannot be opened"), refusal);
         return tooltip;
     }
     return QVariant();
@@ -175,6 +179,16 @@ QString CameraTreeModel::GetCameraExtId(const QModelIndex& index) const
     if (!index.isValid())
         return QString();
     return itemAt(index)->GetData(kExtendedId).toString();
+}
+
+QString CameraTreeModel::GetCameraOpenRefusal(const QModelIndex& index) const
+{
+    if (!index.isValid() || itemAt(index)->ChildCount() != 0)
+        return QString();
+    const CameraTreeItem* item = itemAt(index);
+    const QString model = QStringLiteral("Model Name");
+    return cameraOpenRefusal(
+        {{kFullAccess, item->GetData(kFullAccess)}, {model, item->GetData(model)}});
 }
 
 QString CameraTreeModel::GetCameraName(const QModelIndex& index) const

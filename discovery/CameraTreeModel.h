@@ -35,6 +35,8 @@ public:
     // "Extended ID" / "Camera Name" of the row; empty for a branch or invalid index.
     QString GetCameraExtId(const QModelIndex& index) const;
     QString GetCameraName(const QModelIndex& index) const;
+    // Why the camera row cannot be opened; empty when it can, and for branches.
+    QString GetCameraOpenRefusal(const QModelIndex& index) const;
     // Depth-first search below item for the camera with the map's "Extended ID".
     QModelIndex GetCameraIndex(CameraTreeItem* item, const CameraInfoMap& info) const;
     // The child of item whose "Detected cameras" text equals name.

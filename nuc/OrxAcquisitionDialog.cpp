@@ -16,7 +16,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-OrxAcquisitionDialog::OrxAcquisitionDialog(NucImageInput& input, int which,
+OrxAcquisitionDialog::OrxAcquisitionDialog(NucImageInput& input, NucImageInput::Series which,
                                            OrxAcquisitionSource source, QWidget* parent)
     : QDialog(parent), m_input(input), m_which(which), m_source(std::move(source))
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "NucImageInput.h"
+
 #include <QDialog>
 #include <QImage>
 #include <QString>
@@ -9,7 +11,6 @@
 #include <memory>
 
 class NucAcquisition;
-class NucImageInput;
 class QCheckBox;
 class QLineEdit;
 class QProgressBar;
@@ -41,8 +42,8 @@ class OrxAcquisitionDialog : public QDialog
     Q_OBJECT
 
 public:
-    OrxAcquisitionDialog(NucImageInput& input, int which, OrxAcquisitionSource source,
-                         QWidget* parent = nullptr);
+    OrxAcquisitionDialog(NucImageInput& input, NucImageInput::Series which,
+                         OrxAcquisitionSource source, QWidget* parent = nullptr);
     ~OrxAcquisitionDialog() override;
 
     QStringList items() const { return m_items; }
@@ -59,7 +60,7 @@ private:
     void stop(const QString& error);
 
     NucImageInput& m_input;
-    int m_which;
+    NucImageInput::Series m_which;
     OrxAcquisitionSource m_source;
     std::unique_ptr<NucAcquisition> m_acquisition;
     QStringList m_items;

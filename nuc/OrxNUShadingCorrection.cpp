@@ -1,21 +1,18 @@
 #include "OrxNUShadingCorrection.h"
 
-#include "NucFloatMap.h"
-#include "NucMapFile.h"
 #include "NucMapPacking.h"
+#include "NucMapPipeline.h"
+#include "NucMapTransfer.h"
 #include "NucTargets.h"
 #include "OrxDialogs.h"
 #include "OrxPixmapLabel.h"
 #include "OrxSettings.h"
 #include "OxCamera.h"
-#include "OxFeatureContainer.h"
-#include "SdkText.h"
 #include "ui_OrxNUShadingCorrection.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QItemSelectionModel>
 #include <QProgressDialog>
@@ -28,37 +25,6 @@ QString directoryOf(const QString& filePath)
     return QDir::cleanPath(QFileInfo(filePath).absolutePath());
 }
 
-// Item data roles of the map selector's entries.
-constexpr int UserMapFileRole = Qt::UserRole;      // "nuc_usermap<k>.ge3"
-constexpr int ReadBlockedRole = Qt::UserRole + 1;  // File Access refuses reading
-constexpr int WriteBlockedRole = Qt::UserRole + 2; // File Access refuses writing
-constexpr int ChunkIdRole = Qt::UserRole + 3;      // the entry's map id
-
-// Registers of cameras that take shading maps by raw memory writes.
-constexpr unsigned int ShadingControlRegister = 0x105FFFE0;
-constexpr unsigned int ShadingMapSelectRegister = 0x105FFFE4;
-
-// Map ids of the slots that hold a shading map this program can make.
-bool isShadingMapId(qint64 id)
-{
-    return (id <= 8193 && (id >= 8192 || id == 2432)) || id == 8196;
-}
-
-QStringList entryNames(OxFeatureContainer* features, const char* name)
-{
-    std::vector<Hvx::EnumEntry> entries;
-    QStringList names;
-    if (features == nullptr || !features->GetSubFeatures(name, &entries))
-        return names;
-    for (const Hvx::EnumEntry& entry : entries) {
-        QString text;
-        if (ReadSdkText([&entry](char* b, unsigned int& l) { return entry.GetName(b, l); }, text) ==
-            HvErrorSuccess)
-            names << text;
-    }
-    return names;
-}
-
 class WaitCursor
 {
 public:
@@ -69,7 +35,7 @@ public:
 } // namespace
 
 OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
-    : QWidget(parent), ui(new Ui::OrxNUShadingCorrection)
+    : QWidget(parent), model(input, *this), ui(new Ui::OrxNUShadingCorrection)
 {
     qRegisterMetaType<LogType>("LogType");
     ui->setupUi(this);
@@ -77,7 +43,7 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     // default 16-bit image format.
     input.bitDepth = 16;
 
-    for (int which : {1, 2}) {
+    for (Series which : {Series::Dark, Series::Bright}) {
         const SeriesWidgets w = widgets(which);
         QPushButton* button = w.deleteButton;
         QItemSelectionModel* selection = w.list->selectionModel();
@@ -86,6 +52,9 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     }
     connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
             &OrxNUShadingCorrection::finishFileTask, Qt::UniqueConnection);
+    // The selector shows the model's slots; its current entry is the model's.
+    connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+            [this](int index) { model.setCurrent(index); });
     connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::activated), this,
             &OrxNUShadingCorrection::enableButtons);
 }
@@ -94,120 +63,47 @@ OrxNUShadingCorrection::~OrxNUShadingCorrection()
 {
     // A transfer still running works on the camera; it has to end first.
     fileTaskWatcher.waitForFinished();
-    delete camera;
     delete ui;
 }
 
 // ---- Camera binding ------------------------------------------------------------
 
-bool OrxNUShadingCorrection::Init(OxCamera* newCamera)
+bool OrxNUShadingCorrection::Init(OxCamera* camera)
 {
-    camera = newCamera;
-    featureContainer = camera != nullptr ? camera->GetFeatureContainer() : nullptr;
     const QString name = camera != nullptr ? camera->GetCameraName() : QString();
     const QString firmware = camera != nullptr ? camera->GetCameraManufacturerInfo() : QString();
     ui->lblCameraName->setText(name + tr("\nFirmware: ") + firmware);
 
-    endianess = camera != nullptr && camera->IsBigEndian();
-    noMapSelector = false;
     input.bitDepth = 0;
     input.width = 0;
     input.height = 0;
     imageFormat = QImage::Format_Indexed8;
     ui->TargetOffsetEdit->setText(QString::number(NucTargets::DefaultOffset));
+    lastImageDir =
+        OrxSettings::getInstance()->Get("Directory", "SaveImageDir", QVariant()).toString();
 
-    OrxSettings* settings = OrxSettings::getInstance();
-    lastImageDir = settings->Get("Directory", "SaveImageDir", QVariant()).toString();
-    lastMapDir = settings->Get("Directory", "SHCSettingsFileDir", QVariant()).toString();
-
-    addShadingMapEntries();
-    if (ui->cmbShadingMapSelector->count() == 0)
-        noMapSelector = true;
-    addUserMapEntries();
-    probeFileAccess();
+    model.init(camera);
+    ui->cmbShadingMapSelector->clear();
+    for (const NucMapSlot& slot : model.mapSlots())
+        ui->cmbShadingMapSelector->addItem(slot.name);
+    ui->targetUserMapFileWidget->setVisible(model.hasNucControl());
 
     // A Reset of an earlier camera let go of the transfer's end report.
     connect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
             &OrxNUShadingCorrection::finishFileTask, Qt::UniqueConnection);
     enableButtons();
     initTranferProgress();
-    return ui->cmbShadingMapSelector->count() > 0;
-}
-
-void OrxNUShadingCorrection::addShadingMapEntries()
-{
-    const QStringList files = entryNames(featureContainer, "FileSelector");
-    // Cameras that number their map slots from 1 keep maps of another kind.
-    if (!files.contains(QStringLiteral("ShadingMap") + QStringLiteral("0")))
-        return;
-    for (const QString& file : files) {
-        if (!file.startsWith(QStringLiteral("ShadingMap")))
-            continue;
-        if (!featureContainer->SetValue("FileSelector", file))
-            continue;
-        QVariant chunkId;
-        const qint64 id = featureContainer->GetValue("FileChunkId", chunkId)
-                              ? chunkId.toLongLong()
-                              : qint64(NucTargets::DefaultMapId);
-        if (!isShadingMapId(id))
-            continue;
-        ui->cmbShadingMapSelector->addItem(file);
-        ui->cmbShadingMapSelector->setItemData(ui->cmbShadingMapSelector->count() - 1, int(id),
-                                               ChunkIdRole);
-    }
-}
-
-void OrxNUShadingCorrection::addUserMapEntries()
-{
-    const QStringList entries = entryNames(featureContainer, "NucControl");
-    if (entries.isEmpty()) {
-        hasNucControl = false;
-        return;
-    }
-    int k = 0;
-    for (const QString& entry : entries) {
-        if (!entry.contains(QStringLiteral("NucUserMap")))
-            continue;
-        ui->cmbShadingMapSelector->addItem(entry, QStringLiteral("nuc_usermap%1.ge3").arg(k++));
-    }
-    ui->targetUserMapFileWidget->show();
-    hasNucControl = true;
-}
-
-void OrxNUShadingCorrection::probeFileAccess()
-{
-    QComboBox* selector = ui->cmbShadingMapSelector;
-    if (selector->count() == 0 || selector->currentIndex() < 0)
-        return;
-    fileAccessAvailable = true;
-    for (int i = 0; i < selector->count(); ++i) {
-        bool readBlocked = false;
-        bool writeBlocked = false;
-        if (featureContainer->SetValue("FileSelector", selector->itemText(i)))
-            camera->GetFileAccessMode(&readBlocked, &writeBlocked);
-        selector->setItemData(i, readBlocked, ReadBlockedRole);
-        selector->setItemData(i, writeBlocked, WriteBlockedRole);
-    }
+    return !model.mapSlots().isEmpty();
 }
 
 void OrxNUShadingCorrection::enableButtons()
 {
     const bool imagesLoaded = quint64(input.width) * input.height != 0;
-    bool uploadAllowed = false;
-    if (noMapSelector) {
-        ui->btnDownloadMapToFile->setEnabled(true);
-        uploadAllowed = fileAccessAvailable;
-    } else {
-        const bool readBlocked = ui->cmbShadingMapSelector->currentData(ReadBlockedRole).toBool();
-        const bool writeBlocked = ui->cmbShadingMapSelector->currentData(WriteBlockedRole).toBool();
-        ui->btnDownloadMapToFile->setEnabled(!readBlocked);
-        uploadAllowed = fileAccessAvailable && !writeBlocked;
-    }
+    const bool uploadAllowed = model.uploadAllowed();
+    ui->btnDownloadMapToFile->setEnabled(model.downloadAllowed());
     ui->btnUploadLocalMap->setEnabled(uploadAllowed);
     ui->btnUploadMapToCam->setEnabled(uploadAllowed && imagesLoaded);
     ui->btnSaveMapToFile->setEnabled(imagesLoaded);
-    if (noMapSelector && !hasNucControl)
-        ui->btnDownloadMapToFile->setEnabled(false);
 }
 
 void OrxNUShadingCorrection::Reset()
@@ -220,9 +116,7 @@ void OrxNUShadingCorrection::Reset()
     disconnect(&fileTaskWatcher, &QFutureWatcher<bool>::finished, this,
                &OrxNUShadingCorrection::finishFileTask);
 
-    delete camera;
-    camera = nullptr;
-    featureContainer = nullptr;
+    model.reset();
     input.reset();
     ui->listDarkImagePath->clear();
     ui->listBrightImagePath->clear();
@@ -232,40 +126,12 @@ void OrxNUShadingCorrection::Reset()
     ui->lblMeanImageBright->setImage(QImage());
     ui->cmbShadingMapSelector->clear();
     ui->targetUserMapFileWidget->hide();
-    input.width = 0;
-    input.height = 0;
     imageFormat = QImage::Format_Grayscale16;
-    endianess = true;
-    noMapSelector = false;
-    registerAccess = false;
-    input.bitDepth = 0;
-    fileAccessAvailable = false;
-    mapId = NucTargets::DefaultMapId;
-}
-
-void OrxNUShadingCorrection::finishFileTask()
-{
-    const QString task = fileTaskWatcher.objectName();
-    const QString title = tr("File Access");
-    const QFuture<bool> future = fileTaskWatcher.future();
-    const bool succeeded =
-        !fileTaskWatcher.isCanceled() && future.resultCount() > 0 && future.resultAt(0);
-    if (succeeded) {
-        OrxDialogs::instance().information(this, title,
-                                           tr("%1 task has been successfully done.").arg(task));
-        enableButtons();
-        return;
-    }
-    OrxDialogs::instance().information(this, title,
-                                       tr("%1 Error occurs during File Access.").arg(task));
-    enableButtons();
-    if (task.contains(QStringLiteral("Upload Local File"), Qt::CaseSensitive))
-        ui->btnUploadMapToCam->setEnabled(false);
 }
 
 bool OrxNUShadingCorrection::SaveSettingsToUserSet()
 {
-    const bool saved = camera != nullptr && camera->SaveToUserSet();
+    const bool saved = model.camera() != nullptr && model.camera()->SaveToUserSet();
     if (saved)
         OrxDialogs::instance().information(this, tr("User Set Control"),
                                            tr("Save settings successful"));
@@ -276,93 +142,56 @@ void OrxNUShadingCorrection::SaveSettignsToUserSet() {}
 
 bool OrxNUShadingCorrection::isParamlocked()
 {
-    QVariant locked;
-    return featureContainer != nullptr && featureContainer->GetValue("TLParamsLocked", locked) &&
-           locked.toLongLong() == 1;
+    return model.isParamlocked();
 }
 
 bool OrxNUShadingCorrection::isRegisterAccessUsed()
 {
-    return registerAccess;
+    return model.registerAccess();
 }
 
 // ---- Shading correction on the camera -------------------------------------------
 
 bool OrxNUShadingCorrection::GetRegValue(unsigned int address, unsigned int* value)
 {
-    return camera != nullptr && camera->ReadRegister(address, value);
+    return model.camera() != nullptr && model.camera()->ReadRegister(address, value);
 }
 
 bool OrxNUShadingCorrection::SetRegValue(unsigned int address, unsigned int value)
 {
-    return camera != nullptr && camera->WriteRegister(address, value);
+    return model.camera() != nullptr && model.camera()->WriteRegister(address, value);
 }
 
 bool OrxNUShadingCorrection::getShadingCorrectionControlEnable(bool* on)
 {
-    if (hasNucControl || on == nullptr)
-        return false;
-    if (registerAccess) {
-        unsigned int value = 0;
-        if (!GetRegValue(ShadingControlRegister, &value))
-            return false;
-        *on = value == 1;
-        return true;
-    }
-    QVariant value;
-    if (featureContainer == nullptr || !featureContainer->GetValue("Shading_Control", value))
-        return false;
-    *on = value.toLongLong() != 0;
-    return true;
+    return model.transfer().shadingCorrectionEnabled(on);
 }
 
 bool OrxNUShadingCorrection::setShadingCorrectionControlEnable(bool on)
 {
-    if (hasNucControl)
-        return false;
-    if (registerAccess)
-        return SetRegValue(ShadingControlRegister, on ? 1u : 0u);
-    return featureContainer != nullptr &&
-           featureContainer->SetValue("Shading_Control", QVariant(qlonglong(on ? 1 : 0)));
+    return model.transfer().setShadingCorrectionEnabled(on);
 }
 
 bool OrxNUShadingCorrection::getSelectedShadingCorrectionMap(QVariant& map)
 {
-    if (hasNucControl)
-        return featureContainer != nullptr && featureContainer->GetValue("NucControl", map);
-    if (registerAccess) {
-        unsigned int value = 0;
-        if (!GetRegValue(ShadingMapSelectRegister, &value))
-            return false;
-        map = value;
-        return true;
-    }
-    return featureContainer != nullptr && featureContainer->GetValue("Shading_MapSelect", map);
+    return model.transfer().selectedMap(map);
 }
 
 bool OrxNUShadingCorrection::setSelectedShadingCorrectionMap(QVariant const& map)
 {
-    if (hasNucControl) {
-        // User maps are chosen by SetUserMap; this only passes the value on.
-        if (featureContainer != nullptr)
-            featureContainer->SetValue("NucControl", map);
-        return false;
-    }
-    if (registerAccess)
-        return camera != nullptr && camera->WriteRegister(ShadingMapSelectRegister, map.toUInt());
-    return featureContainer != nullptr && featureContainer->SetValue("Shading_MapSelect", map);
+    return model.transfer().selectMap(map);
 }
 
-OrxNUShadingCorrection::SeriesWidgets OrxNUShadingCorrection::widgets(int which) const
+OrxNUShadingCorrection::SeriesWidgets OrxNUShadingCorrection::widgets(Series which) const
 {
-    if (which == 1)
+    if (which == Series::Dark)
         return {ui->listDarkImagePath, ui->lblMeanImageDark, ui->btnDeleteDarkImage};
     return {ui->listBrightImagePath, ui->lblMeanImageBright, ui->btnDeleteBrightImage};
 }
 
 // ---- Image input -----------------------------------------------------------
 
-bool OrxNUShadingCorrection::loadImagefromFile(QString const& path, int which)
+bool OrxNUShadingCorrection::loadImagefromFile(QString const& path, Series which)
 {
     NucImageInput::Message message;
     const bool loaded = input.loadImagefromFile(path, which, &message);
@@ -380,10 +209,8 @@ bool OrxNUShadingCorrection::loadImagefromFile(QString const& path, int which)
     return false;
 }
 
-void OrxNUShadingCorrection::_addSelectedFiles(int which)
+void OrxNUShadingCorrection::_addSelectedFiles(Series which)
 {
-    if (which != 1 && which != 2)
-        return;
     const QStringList paths = OrxDialogs::instance().getOpenFileNames(
         nullptr, tr("Image paths"), lastImageDir, tr("Images (*.* )"));
     if (paths.isEmpty())
@@ -417,27 +244,23 @@ void OrxNUShadingCorrection::_addSelectedFiles(int which)
 void OrxNUShadingCorrection::on_btnAddDarkImage_clicked()
 {
     WaitCursor wait;
-    _addSelectedFiles(1);
+    _addSelectedFiles(Series::Dark);
 }
 
 void OrxNUShadingCorrection::on_btnAddBrightImage_clicked()
 {
     WaitCursor wait;
-    _addSelectedFiles(2);
+    _addSelectedFiles(Series::Bright);
 }
 
-void OrxNUShadingCorrection::deleteImagefromParams(QString const& path, int which)
+void OrxNUShadingCorrection::deleteImagefromParams(QString const& path, Series which)
 {
-    if (which != 1 && which != 2)
-        return;
     input.deleteImagefromParams(path, which);
     widgets(which).meanLabel->setImage(*input.meanImage(which));
 }
 
-void OrxNUShadingCorrection::_deleteSelectedFiles(int which)
+void OrxNUShadingCorrection::_deleteSelectedFiles(Series which)
 {
-    if (which != 1 && which != 2)
-        return;
     // Every file is read again from disk to be taken out of the series.
     for (QListWidgetItem* item : widgets(which).list->selectedItems()) {
         deleteImagefromParams(item->text(), which);
@@ -445,7 +268,7 @@ void OrxNUShadingCorrection::_deleteSelectedFiles(int which)
     }
 }
 
-void OrxNUShadingCorrection::_deleteButtonClicked(int which)
+void OrxNUShadingCorrection::_deleteButtonClicked(Series which)
 {
     _deleteSelectedFiles(which);
     const SeriesWidgets w = widgets(which);
@@ -459,12 +282,12 @@ void OrxNUShadingCorrection::_deleteButtonClicked(int which)
 
 void OrxNUShadingCorrection::on_btnDeleteDarkImage_clicked()
 {
-    _deleteButtonClicked(1);
+    _deleteButtonClicked(Series::Dark);
 }
 
 void OrxNUShadingCorrection::on_btnDeleteBrightImage_clicked()
 {
-    _deleteButtonClicked(2);
+    _deleteButtonClicked(Series::Bright);
 }
 
 void OrxNUShadingCorrection::on_listDarkImagePath_itemPressed(QListWidgetItem* item)
@@ -497,16 +320,14 @@ quint16 OrxNUShadingCorrection::targetOffset() const
 
 bool OrxNUShadingCorrection::create_shading_map()
 {
-    if (!noMapSelector)
-        mapId = ui->cmbShadingMapSelector->currentData(ChunkIdRole).toInt();
-    return input.createShadingMap(targetGain(), targetOffset(), false);
+    model.takeMapIdOfCurrent();
+    return NucMapPipeline::generate(input, targetGain(), targetOffset(), false);
 }
 
 bool OrxNUShadingCorrection::create_shading_map16()
 {
-    if (!noMapSelector)
-        mapId = ui->cmbShadingMapSelector->currentData(ChunkIdRole).toInt();
-    return input.createShadingMap(targetGain(), targetOffset(), true);
+    model.takeMapIdOfCurrent();
+    return NucMapPipeline::generate(input, targetGain(), targetOffset(), true);
 }
 
 void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
@@ -536,7 +357,7 @@ void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
         ui->btnUploadMapToCam->setEnabled(!locked);
         OrxDialogs::instance().information(this, title, tr("Generate map successful!"));
     } else {
-        OrxDialogs::instance().critical(this, title, NucImageInput::generationFailedText());
+        OrxDialogs::instance().critical(this, title, NucMapPipeline::generationFailedText());
     }
 }
 
@@ -546,177 +367,97 @@ void OrxNUShadingCorrection::shading_map_reset()
     ui->btnSaveMapToFile->setEnabled(false);
 }
 
+// ---- Map files ---------------------------------------------------------------
+
 void OrxNUShadingCorrection::setEndianess(bool value)
 {
-    endianess = value;
+    model.setEndianess(value);
 }
-
-// ---- Map files ---------------------------------------------------------------
 
 void OrxNUShadingCorrection::getBinMap(unsigned short* out)
 {
     NucMapPacking::getBinMap(input.darkParams, input.brightParams, input.bitDepth,
-                             NucMapPacking::swapsWords(noMapSelector, hasNucControl, endianess),
-                             out);
+                             model.swapsWords(), out);
 }
 
 bool OrxNUShadingCorrection::SaveMap(QString const& path)
 {
-    QList<QByteArray> content;
-    if (!noMapSelector) {
-        QVector<quint16> words(int(input.brightParams.width * input.brightParams.height), 0);
-        getBinMap(words.data());
-        content << NucMapFile::binFile(quint32(mapId), input.brightParams.width,
-                                       input.brightParams.height, words);
-    }
-    // Without map entries there is nothing to save into; the file is still
-    // created, empty.
-    const NucMapFile::SaveResult result = NucMapFile::save(path, content);
-    if (result == NucMapFile::SaveResult::OpenFailed) {
-        emit sendLogMessage(tr("Save Map: unable to open file '%1'").arg(path), LogError);
-        return false;
-    }
-    return !noMapSelector && result == NucMapFile::SaveResult::Saved;
+    return model.saveMap(path);
 }
 
 void OrxNUShadingCorrection::on_btnSaveMapToFile_clicked()
 {
-    const QString title = tr("Save Map");
-    bool saved = false;
-    if (hasNucControl) {
-        saved = SaveDopoMap(QString());
-    } else if (noMapSelector) {
-        OrxDialogs::instance().information(this, title,
-                                           tr("Save to file failed: FileAccess is not supported"));
-        return;
-    } else {
-        const QString extension = ".bin";
-        QString path = OrxDialogs::instance().getSaveFileName(this, tr("Export Map"), lastMapDir,
-                                                              tr("Bin (*%1)").arg(extension));
-        if (path.isEmpty())
-            return;
-        if (!path.endsWith(extension, Qt::CaseInsensitive))
-            path += extension;
-        saved = SaveMap(path);
-    }
-    OrxDialogs::instance().information(
-        this, title, saved ? tr("Save to file successful!") : tr("Save to file failed!"));
-}
-
-void OrxNUShadingCorrection::rememberMapDir(const QString& filePath)
-{
-    const QString dir = directoryOf(filePath);
-    if (dir != lastMapDir) {
-        OrxSettings::getInstance()->Set("Directory", "SHCSettingsFileDir", dir);
-        lastMapDir = dir;
-    }
+    model.transfer().saveGeneratedMap();
 }
 
 bool OrxNUShadingCorrection::LoadMap()
 {
-    if (hasNucControl)
-        return LoadDopoMap(QString());
-    const QString path = OrxDialogs::instance().getOpenFileName(nullptr, tr("Import Map"),
-                                                                lastMapDir, tr("bin (*.bin)"));
-    if (path.isEmpty())
-        return false;
-
-    bool loaded = false;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        OrxDialogs::instance().information(this, tr("Open File Failed "), QString());
-    } else {
-        // A refused file leaves the maps as they were; only a file that reads
-        // replaces them.
-        NucFloatMap map;
-        QString error;
-        if (map.read(file, &error)) {
-            // Only the bright series' size governs packing; the dark series'
-            // size and both image counts stay as they are.
-            input.brightParams.width = map.width;
-            input.brightParams.height = map.height;
-            input.darkParams.map = std::move(map.offsets);
-            input.brightParams.map = std::move(map.gains);
-            loaded = true;
-        } else {
-            emit sendLogMessage(tr("Import Map '%1': %2").arg(path, error), LogError);
-            OrxDialogs::instance().information(this, tr("fread exception"), QString());
-        }
-    }
-    rememberMapDir(path);
-    file.close();
-    if (!loaded)
-        OrxDialogs::instance().information(this, tr("Load Map Failed"), QString());
-    return loaded;
+    return model.transfer().importMap();
 }
 
 bool OrxNUShadingCorrection::SaveDopoMap(QString dir)
 {
-    if (dir.isEmpty()) {
-        // The start folder is looked up under the last map folder's text as
-        // key; normally absent, so the dialog starts without a folder.
-        const QString start =
-            lastMapDir.isEmpty()
-                ? QString()
-                : OrxSettings::getInstance()->Get("Directory", lastMapDir, QVariant()).toString();
-        dir = OrxDialogs::instance().getExistingDirectory(this, tr("Open Directory"), start);
-        // A cancelled dialog would leave a path in the root folder.
-        if (dir.isEmpty())
-            return false;
-        OrxSettings::getInstance()->Set("Directory", "SHCSettingsFileDir", dir);
-    }
-    const QString path =
-        dir + "//" + ui->cmbShadingMapSelector->currentData(UserMapFileRole).toString();
-
-    QVector<quint16> words(int(input.brightParams.width * input.brightParams.height), 0);
-    getBinMap(words.data());
-    const NucMapFile::SaveResult result =
-        NucMapFile::save(path, NucMapFile::userMapFileParts(input.brightParams.width,
-                                                            input.brightParams.height, words));
-    if (result == NucMapFile::SaveResult::OpenFailed)
-        return false;
-    rememberMapDir(path);
-    return result == NucMapFile::SaveResult::Saved;
+    return model.saveUserMap(dir);
 }
 
 void OrxNUShadingCorrection::SetUserMap(QString name)
 {
-    const int k =
-        ui->cmbShadingMapSelector->findText(name, Qt::MatchExactly | Qt::MatchCaseSensitive);
-    if (k < 0)
-        return;
-    // The camera numbers its user maps after its off and factory settings.
-    if (featureContainer != nullptr)
-        featureContainer->SetValue("nucControl", QVariant(qlonglong(k + 5)));
-    ui->cmbShadingMapSelector->setCurrentIndex(k);
+    if (model.setUserMap(name))
+        ui->cmbShadingMapSelector->setCurrentIndex(model.current());
 }
 
 bool OrxNUShadingCorrection::LoadDopoMap(QString dir)
 {
-    QString path;
-    if (!dir.isEmpty()) {
-        path = dir + "//" + ui->cmbShadingMapSelector->currentData(UserMapFileRole).toString();
-    } else {
-        path = OrxDialogs::instance().getOpenFileName(nullptr, tr("Import Map"), lastMapDir,
-                                                      tr("ge3 (nuc_usermap*.ge3)"));
-        if (path.isEmpty())
-            return false;
+    return model.loadUserMap(dir);
+}
+
+// ---- Transfers -----------------------------------------------------------------
+
+void OrxNUShadingCorrection::on_btnUploadMapToCam_clicked()
+{
+    if (isParamlocked()) {
+        OrxDialogs::instance().critical(this, tr("Upload Map"),
+                                        tr("Stop streaming before uploading map to camera"));
+        return;
     }
-    const QString fileName = QFileInfo(path).fileName();
-    if (!hasNucControl && ui->cmbShadingMapSelector->findText(
-                              fileName, Qt::MatchExactly | Qt::MatchCaseSensitive) < 0) {
-        OrxDialogs::instance().information(this, tr("Load User Map"),
-                                           tr("Invalid user map file name"));
-        return false;
+    if (!input.darkParams.map || !input.brightParams.map) {
+        OrxDialogs::instance().information(this, tr("Upload Sahding Map"),
+                                           tr("Upload failed: empty map"));
+        emit sendLogMessage(tr("Upload failed: empty map!"), LogError);
+        return;
     }
-    SetUserMap(ui->cmbShadingMapSelector->currentText());
-    long bytesWritten = 0;
-    const bool uploaded =
-        camera != nullptr &&
-        camera->UploadLocalFile(QFile::encodeName(fileName).constData(),
-                                QFile::encodeName(path).constData(), "Userfile", &bytesWritten);
-    rememberMapDir(path);
-    return uploaded;
+    if (isRegisterAccessUsed()) {
+        upload_shading_map();
+        return;
+    }
+    model.transfer().uploadGeneratedMap();
+}
+
+bool OrxNUShadingCorrection::upload_shading_map()
+{
+    return model.transfer().uploadMapByMemory();
+}
+
+bool OrxNUShadingCorrection::upload_dopo_map()
+{
+    model.transfer().uploadUserMap();
+    return true;
+}
+
+void OrxNUShadingCorrection::on_btnUploadLocalMap_clicked()
+{
+    if (OrxDialogs::instance().question(
+            this, tr("Upload Local Map"),
+            tr("The uploaded map would overwrite the selected map '%1'.\nDo you want to proceed?")
+                .arg(model.currentSlot().name),
+            QMessageBox::Yes | QMessageBox::No) != QMessageBox::Yes)
+        return;
+    model.transfer().uploadLocalMap();
+}
+
+void OrxNUShadingCorrection::on_btnDownloadMapToFile_clicked()
+{
+    model.transfer().downloadMap();
 }
 
 // ---- Targets and camera row --------------------------------------------------
@@ -747,4 +488,46 @@ void OrxNUShadingCorrection::on_btnCloseCamera_clicked()
 {
     ui->lblCameraName->setText(QString());
     emit cameraCloseRequested();
+}
+
+// ---- The model's dialogs, log and file task --------------------------------------
+
+void OrxNUShadingCorrection::information(const QString& title, const QString& text)
+{
+    OrxDialogs::instance().information(this, title, text);
+}
+
+bool OrxNUShadingCorrection::question(const QString& title, const QString& text, bool noByDefault)
+{
+    return OrxDialogs::instance().question(this, title, text, QMessageBox::Yes | QMessageBox::No,
+                                           noByDefault ? QMessageBox::No : QMessageBox::NoButton) ==
+           QMessageBox::Yes;
+}
+
+QString OrxNUShadingCorrection::openFileName(Owner owner, const QString& title, const QString& dir,
+                                             const QString& filter)
+{
+    return OrxDialogs::instance().getOpenFileName(owner == Owner::Panel ? this : nullptr, title,
+                                                  dir, filter);
+}
+
+QString OrxNUShadingCorrection::saveFileName(const QString& title, const QString& dir,
+                                             const QString& filter)
+{
+    return OrxDialogs::instance().getSaveFileName(this, title, dir, filter);
+}
+
+QString OrxNUShadingCorrection::existingDirectory(Owner owner, const QString& title,
+                                                  const QString& dir, bool resolveLinks)
+{
+    QFileDialog::Options options = QFileDialog::ShowDirsOnly;
+    if (!resolveLinks)
+        options |= QFileDialog::DontResolveSymlinks;
+    return OrxDialogs::instance().getExistingDirectory(owner == Owner::Panel ? this : nullptr,
+                                                       title, dir, options);
+}
+
+void OrxNUShadingCorrection::log(const QString& text, LogType type)
+{
+    emit sendLogMessage(text, type);
 }

@@ -2,6 +2,8 @@
 
 #include "LogType.h"
 #include "NucImageInput.h"
+#include "NucPanelModel.h"
+#include "NucPanelPort.h"
 
 #include <QFutureWatcher>
 #include <QImage>
@@ -13,7 +15,6 @@
 #include <functional>
 
 class OxCamera;
-class OxFeatureContainer;
 class QListWidget;
 class QListWidgetItem;
 class QProgressDialog;
@@ -24,18 +25,21 @@ namespace Ui {
 class OrxNUShadingCorrection;
 }
 
-// The "NUC Shading Assistant" panel: two image lists whose files are folded
-// into the dark and bright series, map generation, saving or importing maps,
-// and the opened camera's map slots. Everything it computes or encodes is done
-// by the NUC core, which the command-line tool shares.
+// The "NUC Shading Assistant" panel: the widgets over NucPanelModel. Its two
+// image lists feed the dark and bright series; what it knows about the
+// opened camera (the map slots, the way maps reach it) and the map files live
+// in the model, and the map buttons delegate there. Every dialog goes through
+// OrxDialogs.
 //
 // Init binds the panel to an opened camera, which the panel then owns until
 // Reset deletes it.
-class OrxNUShadingCorrection : public QWidget
+class OrxNUShadingCorrection : public QWidget, private NucPanelPort
 {
     Q_OBJECT
 
 public:
+    using Series = NucImageInput::Series;
+
     explicit OrxNUShadingCorrection(QWidget* parent = nullptr);
     ~OrxNUShadingCorrection() override;
 
@@ -47,9 +51,9 @@ public:
     // and map entry.
     void Reset();
 
-    // Image input; which is 1 for the dark series, 2 for the bright one.
-    bool loadImagefromFile(QString const& path, int which);
-    void deleteImagefromParams(QString const& path, int which);
+    // Image input.
+    bool loadImagefromFile(QString const& path, Series which);
+    void deleteImagefromParams(QString const& path, Series which);
 
     // Map generation and map files.
     void getBinMap(unsigned short* out);
@@ -68,8 +72,7 @@ public:
     bool isParamlocked();
     bool isRegisterAccessUsed();
 
-    // Shading correction on the camera, by whichever means it offers: user
-    // map cameras have none of their own, others a feature pair or registers.
+    // Shading correction on the camera, by whichever means it offers.
     bool getShadingCorrectionControlEnable(bool* on);
     bool setShadingCorrectionControlEnable(bool on);
     bool getSelectedShadingCorrectionMap(QVariant& map);
@@ -77,8 +80,8 @@ public:
     bool GetRegValue(unsigned int address, unsigned int* value);
     bool SetRegValue(unsigned int address, unsigned int value);
 
-    // Transfers. The raw memory path blocks the caller and is taken only
-    // with the register-access flag; the user map upload runs as a file task.
+    // Transfers. The raw memory path blocks the caller; the user map upload
+    // runs as a file task.
     bool upload_shading_map();
     bool upload_dopo_map();
     // Drives the progress dialog; finished with a value other than -1 (only
@@ -116,33 +119,23 @@ private slots:
     void on_btnDownloadMapToFile_clicked();
 
 protected:
-    void _addSelectedFiles(int which);
-    void _deleteSelectedFiles(int which);
+    void _addSelectedFiles(Series which);
+    void _deleteSelectedFiles(Series which);
     // Creates the (hidden) progress dialog once and takes the camera's
     // transfer progress to it.
     void initTranferProgress();
 
-    OxFeatureContainer* featureContainer = nullptr;
-    OxCamera* camera = nullptr;
+    // The two series, their mean images (shown in the mean image labels), the
+    // common image size (width, height) and bitDepth.
+    NucImageInput input;
+    NucPanelModel model;
     QImage::Format imageFormat = QImage::Format_Grayscale16;
-    bool endianess = true;
-    bool noMapSelector = false;
-    // Maps go to the camera by raw memory writes instead of File Access.
-    // Nothing sets it: every camera served so far takes maps as files.
-    bool registerAccess = false;
-    bool hasNucControl = false;
-    bool fileAccessAvailable = false;
-    qint32 mapId = 8193;
     QFutureWatcher<bool> fileTaskWatcher;
     // Shown while a transfer reports progress; lives as long as the panel.
     QProgressDialog* transferProgressDialog = nullptr;
     // Bytes of the running transfer at its first report; 0 when none runs.
     qint64 transferTotal = 0;
     QString lastImageDir;
-    QString lastMapDir;
-    // The two series, their mean images (shown in the mean image labels), the
-    // common image size (width, height) and bitDepth.
-    NucImageInput input;
 
 private:
     struct SeriesWidgets
@@ -151,18 +144,23 @@ private:
         OrxPixmapLabel* meanLabel;
         QPushButton* deleteButton;
     };
-    SeriesWidgets widgets(int which) const;
-    void _deleteButtonClicked(int which);
-    void rememberMapDir(const QString& filePath);
+    SeriesWidgets widgets(Series which) const;
+    void _deleteButtonClicked(Series which);
     float targetGain() const;
     quint16 targetOffset() const;
-    void addShadingMapEntries();
-    void addUserMapEntries();
-    void probeFileAccess();
-    // Runs a transfer on the global thread pool under the watcher, with the
-    // transfer buttons off until it ends.
-    void startFileTask(const QString& name, std::function<bool()> work);
-    QVector<quint16> generatedMapWords();
+
+    // NucPanelPort: the model's dialogs, log and file task.
+    void information(const QString& title, const QString& text) override;
+    bool question(const QString& title, const QString& text, bool noByDefault) override;
+    QString openFileName(Owner owner, const QString& title, const QString& dir,
+                         const QString& filter) override;
+    QString saveFileName(const QString& title, const QString& dir, const QString& filter) override;
+    QString existingDirectory(Owner owner, const QString& title, const QString& dir,
+                              bool resolveLinks) override;
+    void log(const QString& text, LogType type) override;
+    // One transfer at a time: the transfer buttons stay off until it ends.
+    void startFileTask(const QString& name, std::function<bool()> work) override;
+    void progress(bool finished, int value) override;
 
     Ui::OrxNUShadingCorrection* ui;
 };

@@ -129,8 +129,8 @@ bool NUShadingParams::update16bit(QImage& meanImage, QImage& image, int mode)
     // Adding makes the count 1 only on an empty series, whose buffers were
     // just made for this image: the image is its own mean.
     if (count == 1 && mode == 1)
-        NucKernels::best().start16(quotients, remainder16.get(), meanBuffer.get(), samples,
-                                   pixelCount());
+        NucKernels::start16(quotients, remainder16.get(), meanBuffer.get(), samples,
+                            pixelCount());
     else
         NucKernels::accumulate16(quotients, remainder16.get(), meanBuffer.get(), samples,
                                  pixelCount(), qint32(count), mode);

@@ -46,7 +46,7 @@ QString NucLevel::brightWarning() const
     return QString();
 }
 
-NucAcquisition::NucAcquisition(NucImageInput& input, int which, int frames,
+NucAcquisition::NucAcquisition(NucImageInput& input, NucImageInput::Series which, int frames,
                                const QString& saveFolder, const QString& source)
     : m_input(input), m_which(which), m_frames(frames), m_folder(saveFolder), m_source(source),
       m_width(input.width), m_height(input.height), m_pixelCount(input.pixelCount),

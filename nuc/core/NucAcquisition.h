@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NUShadingParams.h"
+#include "NucImageInput.h"
 
 #include <QCoreApplication>
 #include <QImage>
@@ -9,7 +10,6 @@
 
 #include <memory>
 
-class NucImageInput;
 
 // The level of frames of an evenly lit scene, as a bright series needs it.
 struct NucLevel
@@ -40,8 +40,8 @@ class NucAcquisition
 
 public:
     // source names the camera in the list texts of frames not saved to files.
-    NucAcquisition(NucImageInput& input, int which, int frames, const QString& saveFolder = {},
-                   const QString& source = {});
+    NucAcquisition(NucImageInput& input, NucImageInput::Series which, int frames,
+                   const QString& saveFolder = {}, const QString& source = {});
     ~NucAcquisition();
     NucAcquisition(const NucAcquisition&) = delete;
     NucAcquisition& operator=(const NucAcquisition&) = delete;
@@ -66,7 +66,7 @@ public:
 
 private:
     NucImageInput& m_input;
-    int m_which;
+    NucImageInput::Series m_which;
     int m_frames;
     QString m_folder;
     QString m_source;

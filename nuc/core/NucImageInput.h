@@ -8,7 +8,7 @@
 #include <QImageReader>
 #include <QString>
 
-// The two image series (dark = 1, bright = 2) with their mean images and the
+// The two image series (Dark, Bright) with their mean images and the
 // size and depth that bind both of them. This is where the loading and removal
 // rules live, so the panel and the command-line tool accept and refuse exactly
 // the same files with the same texts.
@@ -19,8 +19,8 @@ class NucImageInput
 public:
     enum Series
     {
-        Dark = 1,
-        Bright = 2
+        Dark,
+        Bright
     };
 
     // What the user is told; the panel shows it as a box of this kind.
@@ -52,39 +52,32 @@ public:
 
     // Checks one file against the fixed size and depth and folds it into series
     // which. On refusal returns false and describes why in message.
-    bool loadImagefromFile(const QString& path, int which, Message* message = nullptr);
+    bool loadImagefromFile(const QString& path, Series which, Message* message = nullptr);
     // The same for an image already loaded from path with loadImage(), so that
     // decoding can happen elsewhere (a null image stands for a failed load).
     // loadError: why the loader gave a null image, passed on as the detail.
-    bool addLoadedImage(const QString& path, QImage image, int which, Message* message = nullptr,
+    bool addLoadedImage(const QString& path, QImage image, Series which, Message* message = nullptr,
                         const QString& loadError = QString());
 
     // Takes a file out of series which again; a file that no longer loads or no
     // longer has the fixed size is left alone.
-    void deleteImagefromParams(const QString& path, int which);
+    void deleteImagefromParams(const QString& path, Series which);
 
     // After removals: when series which holds no image any more, empties it and
     // its mean image and returns true; when both are empty the size and depth
     // are released too.
-    bool releaseIfEmpty(int which);
+    bool releaseIfEmpty(Series which);
 
     // Both series need an image (a mean image, or a sum when 16-bit series are
     // kept as sums) before a map can be made; otherwise returns false and says
     // which one is missing.
     bool canGenerate(Message* message = nullptr) const;
-    // Derives the offset map from the dark series (by the 8-bit or the 16-bit
-    // rules) and the gain map from the bright one.
-    bool createShadingMap(float targetGain, quint16 targetOffset, bool sixteenBit);
-    // canGenerate, then createShadingMap with the 16-bit rules exactly when the
-    // dark mean image is 16-bit. On failure returns false with the reason.
-    bool generateMap(float targetGain, quint16 targetOffset, Message* message = nullptr);
-    static QString generationFailedText();
 
     // Empties both series and mean images and releases size and depth.
     void reset();
 
-    NUShadingParams* series(int which);
-    QImage* meanImage(int which);
+    NUShadingParams* series(Series which);
+    QImage* meanImage(Series which);
 
     NUShadingParams darkParams;
     NUShadingParams brightParams;
@@ -93,7 +86,7 @@ public:
     // Set before the first image by a caller that never removes an image nor
     // shows a mean (the command-line tool): 16-bit images then go into these
     // exact sums instead of the series and mean images above, and the map is
-    // made from them (NucMapGeneration::binFileFromSums). 8-bit images, whose
+    // made from them (NucMapPipeline::makeFile). 8-bit images, whose
     // series depend on the order of the images, still go to the series.
     bool sumsOnly = false;
     NucSeriesSum darkSum;

@@ -504,43 +504,16 @@ u32 pack(u16* __restrict out, const float* __restrict dark, const float* __restr
     return packAny<false>(out, pixels, step, scale, levels, sixteenBit, block, one);
 }
 
-// gainMap and pack in one pass: each gain is packed while still in registers,
-// and kept in map where there is one.
-template <bool StoreMap>
-static inline __attribute__((always_inline)) u32
-gainPackInto(float* __restrict map, u16* __restrict out, const float* __restrict mean,
-             const float* __restrict dark, size pixels, float target, float step, i32 scale,
-             i32 levels, bool sixteenBit)
-{
-    const vf target8 = vf{} + target;
-    auto block = [=](size i) {
-        const vf g = gainOf(load<vf>(mean + i), target8);
-        if constexpr (StoreMap)
-            store(map + i, g);
-        return GainDark{g, load<vf>(dark + i)};
-    };
-    auto one = [=](size i) {
-        const float g = gainOf(mean[i], target);
-        if constexpr (StoreMap)
-            map[i] = g;
-        return GainDarkOne{g, dark[i]};
-    };
-    return packAny<true>(out, pixels, step, scale, levels, sixteenBit, block, one);
-}
-
-u32 gainPack(float* __restrict map, u16* __restrict out, const float* __restrict mean,
-             const float* __restrict dark, size pixels, float target, float step, i32 scale,
-             i32 levels, bool sixteenBit)
-{
-    return gainPackInto<true>(map, out, mean, dark, pixels, target, step, scale, levels,
-                              sixteenBit);
-}
-
+// gainMap and pack in one pass: each gain is packed while still in registers.
 u32 gainPackOnly(u16* __restrict out, const float* __restrict mean, const float* __restrict dark,
                  size pixels, float target, float step, i32 scale, i32 levels, bool sixteenBit)
 {
-    return gainPackInto<false>(nullptr, out, mean, dark, pixels, target, step, scale, levels,
-                               sixteenBit);
+    const vf target8 = vf{} + target;
+    auto block = [=](size i) {
+        return GainDark{gainOf(load<vf>(mean + i), target8), load<vf>(dark + i)};
+    };
+    auto one = [=](size i) { return GainDarkOne{gainOf(mean[i], target), dark[i]}; };
+    return packAny<true>(out, pixels, step, scale, levels, sixteenBit, block, one);
 }
 
 void sumStart16(u32* __restrict sums, const u16* __restrict p, size pixels)
@@ -663,10 +636,10 @@ namespace NUC_KERNEL_NAMESPACE {
 
 extern const KernelSet set;
 const KernelSet set = {
-    NUC_KERNEL_NAME,   add16,        start16,     remove16,      add8,
-    remove8,           addRgb32,     removeRgb32, darkMap8,      darkMap16,
-    darkMap16Subtract, subtractDark, sumInOrder,  gainMap,       pack,
-    gainPack,          sumStart16,   sumAdd16,    correctSums16, gainPackOnly,
+    NUC_KERNEL_NAME,   add16,        start16,       remove16,     add8,
+    remove8,           addRgb32,     removeRgb32,   darkMap8,     darkMap16,
+    darkMap16Subtract, subtractDark, sumInOrder,    gainMap,      pack,
+    sumStart16,        sumAdd16,     correctSums16, gainPackOnly,
 };
 
 } // namespace NUC_KERNEL_NAMESPACE

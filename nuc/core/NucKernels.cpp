@@ -1,5 +1,7 @@
 #include "NucKernels.h"
 
+#include "NucParallel.h"
+
 namespace NucKernels {
 
 namespace generic {
@@ -105,21 +107,54 @@ void accumulate16(u16* q, u16* r, float* mean, const u16* p, size pixels, i32 n,
 {
     if (!fastCase(n, mode))
         return plain::accumulate16(q, r, mean, p, pixels, n, mode);
-    (mode == 1 ? best().add16 : best().remove16)(q, r, mean, p, pixels, n);
+    static NucParallel::Pass adding, removing;
+    const auto loop = mode == 1 ? best().add16 : best().remove16;
+    (mode == 1 ? adding : removing).run(pixels, [=](size b, size e) {
+        loop(q + b, r + b, mean + b, p + b, e - b, n);
+    });
 }
 
 void accumulate8(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n, i32 mode)
 {
     if (!fastCase(n, mode))
         return plain::accumulate8(q, r, mean, p, pixels, n, mode);
-    (mode == 1 ? best().add8 : best().remove8)(q, r, mean, p, pixels, n);
+    static NucParallel::Pass adding, removing;
+    const auto loop = mode == 1 ? best().add8 : best().remove8;
+    (mode == 1 ? adding : removing).run(pixels, [=](size b, size e) {
+        loop(q + b, r + b, mean + b, p + b, e - b, n);
+    });
 }
 
 void accumulateRgb32(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n, i32 mode)
 {
     if (!fastCase(n, mode))
         return plain::accumulateRgb32(q, r, mean, p, pixels, n, mode);
-    (mode == 1 ? best().addRgb32 : best().removeRgb32)(q, r, mean, p, pixels, n);
+    static NucParallel::Pass adding, removing;
+    const auto loop = mode == 1 ? best().addRgb32 : best().removeRgb32;
+    (mode == 1 ? adding : removing).run(pixels, [=](size b, size e) {
+        loop(q + b, r + b, mean + b, p + 4 * b, e - b, n);
+    });
+}
+
+void start16(u16* q, u16* r, float* mean, const u16* p, size pixels)
+{
+    static NucParallel::Pass pass;
+    const auto loop = best().start16;
+    pass.run(pixels, [=](size b, size e) { loop(q + b, r + b, mean + b, p + b, e - b); });
+}
+
+void sumStart16(u32* sums, const u16* p, size pixels)
+{
+    static NucParallel::Pass pass;
+    const auto loop = best().sumStart16;
+    pass.run(pixels, [=](size b, size e) { loop(sums + b, p + b, e - b); });
+}
+
+void sumAdd16(u32* sums, const u16* p, size pixels)
+{
+    static NucParallel::Pass pass;
+    const auto loop = best().sumAdd16;
+    pass.run(pixels, [=](size b, size e) { loop(sums + b, p + b, e - b); });
 }
 
 double subtractDarkAndSum(const KernelSet& set, float* mean, const float* dark, size pixels)

@@ -73,9 +73,6 @@ struct KernelSet
     // Returns the sum of the packed words as little-endian 32-bit pairs.
     u32 (*pack)(u16* out, const float* dark, const float* gain, size pixels, float step, i32 scale,
                 i32 levels, bool sixteenBit);
-    // gainMap into map, then pack of it, in one pass.
-    u32 (*gainPack)(float* map, u16* out, const float* mean, const float* dark, size pixels,
-                    float target, float step, i32 scale, i32 levels, bool sixteenBit);
     // A 16-bit series kept as exact sums: the first image, then each further
     // one (sums then stay below 2^31 for FastCountLimit images).
     void (*sumStart16)(u32* sums, const u16* p, size pixels);
@@ -85,7 +82,8 @@ struct KernelSet
     // bright mean (makeNUCBright's subtraction), gathering the corrected values
     // as subtractDark does.
     void (*correctSums16)(const SeriesSums& in, SumFacts* facts);
-    // gainPack without keeping the gain map.
+    // gainMap and then pack of its gains, in one pass, without keeping the
+    // gain map.
     u32 (*gainPackOnly)(u16* out, const float* mean, const float* dark, size pixels, float target,
                         float step, i32 scale, i32 levels, bool sixteenBit);
 };
@@ -105,10 +103,16 @@ void accumulateRgb32(const u8* q, u8* r, float* mean, const u8* p, size pixels, 
 } // namespace plain
 
 // What the series call: the best vectorised set when mode is +1 or -1 and n is
-// within FastCountLimit, the plain loop otherwise.
+// within FastCountLimit, the plain loop otherwise. The vectorised loops of
+// these and of the four below are spread over the processor's threads where
+// that is faster (NucParallel), with the same result.
 void accumulate16(u16* q, u16* r, float* mean, const u16* p, size pixels, i32 n, i32 mode);
 void accumulate8(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n, i32 mode);
 void accumulateRgb32(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n, i32 mode);
+// The best set's start16, sumStart16 and sumAdd16.
+void start16(u16* q, u16* r, float* mean, const u16* p, size pixels);
+void sumStart16(u32* sums, const u16* p, size pixels);
+void sumAdd16(u32* sums, const u16* p, size pixels);
 
 // Subtracts dark from mean in place and returns the sum of the results as the
 // plain loop (double, index order) would: from the lane sums when every partial

@@ -22,12 +22,6 @@ quint32 le32(const QByteArray& data, int offset)
     return qFromLittleEndian<quint32>(data.constData() + offset);
 }
 
-// The words go into the file in memory order, exactly as packed.
-void appendWords(QByteArray& out, const QVector<quint16>& words)
-{
-    out.append(reinterpret_cast<const char*>(words.constData()), words.size() * 2);
-}
-
 QVector<quint16> readWords(const QByteArray& data, int offset, quint32 count)
 {
     QVector<quint16> words{};
@@ -58,59 +52,67 @@ quint32 wordSum(const QByteArray& data)
     return sum;
 }
 
-QByteArray binFile(quint32 mapId, quint32 width, quint32 height, const QVector<quint16>& words)
+int wordsOffset(Kind kind)
 {
-    const quint32 mapBytes = 2 * width * height;
-    QByteArray out;
-    out.reserve(int(BinHeaderSize + mapBytes));
-    appendLe32(out, Magic);
-    appendLe32(out, BinHeaderSize + mapBytes);
-    appendLe32(out, 0); // checksum, filled in below
-    appendLe32(out, mapId);
-    appendLe32(out, 20 + mapBytes);
-    appendLe32(out, width);
-    appendLe32(out, height);
-    appendLe32(out, 0);
-    appendWords(out, words);
-
-    char checksum[4];
-    qToLittleEndian(quint32(0) - wordSum(out), checksum);
-    out.replace(8, 4, checksum, 4);
-    return out;
+    return kind == Kind::Bin ? BinHeaderSize : UserMapHeaderSize;
 }
 
-QList<QByteArray> userMapFileParts(quint32 width, quint32 height, const QVector<quint16>& words)
+QByteArray frame(Kind kind, quint32 mapId, quint32 width, quint32 height)
 {
     const quint32 mapBytes = 2 * width * height;
     QByteArray header;
+    header.reserve(wordsOffset(kind));
     appendLe32(header, Magic);
-    appendLe32(header, UserMapHeaderSize + mapBytes);
-    appendLe32(header, 0); // user maps carry no checksum
+    appendLe32(header, quint32(wordsOffset(kind)) + mapBytes);
+    appendLe32(header, 0); // the checksum, if any, comes with seal()
+    if (kind == Kind::UserMap) {
+        appendLe32(header, UserMapFixedBlockId);
+        appendLe32(header, UserMapFixedBlockLength);
+        header.append(QByteArray(20, '\0'));
+        mapId = UserMapBlockId;
+    }
+    appendLe32(header, mapId);
+    appendLe32(header, 20 + mapBytes);
+    appendLe32(header, width);
+    appendLe32(header, height);
+    appendLe32(header, 0);
 
-    QByteArray fixedBlock;
-    appendLe32(fixedBlock, UserMapFixedBlockId);
-    appendLe32(fixedBlock, UserMapFixedBlockLength);
-    fixedBlock.append(QByteArray(16, '\0'));
-    appendLe32(fixedBlock, 0);
+    QByteArray file(header.size() + int(mapBytes), Qt::Uninitialized);
+    std::memcpy(file.data(), header.constData(), size_t(header.size()));
+    return file;
+}
 
-    QByteArray mapHeader;
-    appendLe32(mapHeader, UserMapBlockId);
-    appendLe32(mapHeader, 20 + mapBytes);
-    appendLe32(mapHeader, width);
-    appendLe32(mapHeader, height);
-    appendLe32(mapHeader, 0);
+void seal(Kind kind, QByteArray& file)
+{
+    if (kind != Kind::Bin)
+        return;
+    qToLittleEndian(quint32(0), file.data() + 8);
+    qToLittleEndian(quint32(0) - wordSum(file), file.data() + 8);
+}
 
-    QByteArray map;
-    appendWords(map, words);
-    return {header, fixedBlock, mapHeader, map};
+namespace {
+
+QByteArray fileOf(Kind kind, quint32 mapId, quint32 width, quint32 height,
+                  const QVector<quint16>& words)
+{
+    QByteArray file = frame(kind, mapId, width, height);
+    // The words go into the file in memory order, exactly as packed.
+    std::memcpy(file.data() + wordsOffset(kind), words.constData(),
+                size_t(file.size() - wordsOffset(kind)));
+    seal(kind, file);
+    return file;
+}
+
+} // namespace
+
+QByteArray binFile(quint32 mapId, quint32 width, quint32 height, const QVector<quint16>& words)
+{
+    return fileOf(Kind::Bin, mapId, width, height, words);
 }
 
 QByteArray userMapFile(quint32 width, quint32 height, const QVector<quint16>& words)
 {
-    QByteArray out;
-    for (const QByteArray& part : userMapFileParts(width, height, words))
-        out.append(part);
-    return out;
+    return fileOf(Kind::UserMap, 0, width, height, words);
 }
 
 bool hasMagic(const QByteArray& data)
@@ -192,7 +194,7 @@ bool parse(const QByteArray& data, Info* info, QString* error)
     return true;
 }
 
-SaveResult save(const QString& path, const QList<QByteArray>& pieces, QString* error)
+SaveResult save(const QString& path, const QByteArray& data, QString* error)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
@@ -200,13 +202,11 @@ SaveResult save(const QString& path, const QList<QByteArray>& pieces, QString* e
             *error = file.errorString();
         return SaveResult::OpenFailed;
     }
-    for (const QByteArray& piece : pieces) {
-        if (file.write(piece) != piece.size()) {
-            if (error)
-                *error = file.errorString();
-            file.cancelWriting();
-            return SaveResult::WriteFailed;
-        }
+    if (file.write(data) != data.size()) {
+        if (error)
+            *error = file.errorString();
+        file.cancelWriting();
+        return SaveResult::WriteFailed;
     }
     if (!file.commit()) {
         if (error)

@@ -22,20 +22,27 @@ constexpr quint32 UserMapBlockId = 0x2000;
 // trailing partial word counts zero-extended.
 quint32 wordSum(const QByteArray& data);
 
+enum class Kind
+{
+    Bin,    // ".bin": the map id of its slot, a checksum
+    UserMap // ".ge3": a fixed block before the map block, no checksum
+};
+
+// A map file of width x height words with every header field written, the
+// checksum still 0 and the words, from wordsOffset(kind) on, not yet written:
+// for a caller that packs the words in place and then seals the file.
+QByteArray frame(Kind kind, quint32 mapId, quint32 width, quint32 height);
+int wordsOffset(Kind kind);
+// Sets a .bin file's checksum so that the word sum of the whole file is 0;
+// a user map keeps its checksum field 0.
+void seal(Kind kind, QByteArray& file);
+
 // A ".bin" file: header with the given map id and a checksum that makes the
 // word sum of the whole file 0, then the words.
 QByteArray binFile(quint32 mapId, quint32 width, quint32 height, const QVector<quint16>& words);
-
-// A ".ge3" user map file in its four pieces (12-byte header, the fixed 28-byte
-// block, the 20-byte map block header, the words); its checksum field stays 0.
-QList<QByteArray> userMapFileParts(quint32 width, quint32 height, const QVector<quint16>& words);
+// A ".ge3" user map file: 12-byte header, the fixed 28-byte block, the 20-byte
+// map block header, the words; its checksum field stays 0.
 QByteArray userMapFile(quint32 width, quint32 height, const QVector<quint16>& words);
-
-enum class Kind
-{
-    Bin,
-    UserMap
-};
 
 // Everything a packed map file says about itself.
 struct Info
@@ -67,9 +74,8 @@ enum class SaveResult
     WriteFailed
 };
 
-// Writes the pieces to a temporary file beside path and renames it into place,
-// so an interrupted save never leaves a half-written file under that name.
-// No pieces at all gives an empty file.
-SaveResult save(const QString& path, const QList<QByteArray>& pieces, QString* error = nullptr);
+// Writes data to a temporary file beside path and renames it into place, so
+// an interrupted save never leaves a half-written file under that name.
+SaveResult save(const QString& path, const QByteArray& data, QString* error = nullptr);
 
 } // namespace NucMapFile

@@ -17,11 +17,11 @@ bool NucSeriesSum::add(const QImage& image)
             return false;
         columns = w;
         rows = h;
-        NucKernels::best().sumStart16(sums.get(), samples, pixels());
+        NucKernels::sumStart16(sums.get(), samples, pixels());
     } else {
         if (w != columns || h != rows)
             return false;
-        NucKernels::best().sumAdd16(sums.get(), samples, pixels());
+        NucKernels::sumAdd16(sums.get(), samples, pixels());
     }
     ++images;
     return true;

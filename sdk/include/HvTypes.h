@@ -125,6 +125,17 @@ enum HvPixelFormats
     HvPixelFormatMono16 = 0x01100007
 };
 
+/* Which transport-layer modules HvSystem::Startup starts (bits). */
+typedef uint32_t HvModuleSelectionType;
+
+enum HvModuleSelections
+{
+    HvModuleSelectionStandard = 1,  /* modules that start unless told otherwise (simulated cameras) */
+    HvModuleSelectionOnRequest = 2, /* modules that start only when asked for: real cameras, whose
+                                       discovery sends packets on the machine's networks */
+    HvModuleSelectionAll = 3
+};
+
 /* Version of the SDK, from HvSystem::QueryVersion. */
 typedef struct HvVersionInfo
 {

@@ -55,6 +55,16 @@ HvErrorType Camera::GetSerialNumber(char* serial, unsigned int& length) const
     return Internal::CopyText(m_state->Info().serialNumber, serial, length);
 }
 
+HvErrorType Camera::GetVendor(char* vendor, unsigned int& length) const
+{
+    return Internal::CopyText(m_state->Info().vendor, vendor, length);
+}
+
+HvErrorType Camera::GetFirmwareVersion(char* version, unsigned int& length) const
+{
+    return Internal::CopyText(m_state->Info().firmwareVersion, version, length);
+}
+
 HvErrorType Camera::GetInterfaceID(char* id, unsigned int& length) const
 {
     return Internal::CopyText(m_state->Info().interfaceId, id, length);

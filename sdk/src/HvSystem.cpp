@@ -18,6 +18,16 @@ HvSystem::HvSystem() : m_impl(new Impl) {}
 
 HvSystem::~HvSystem() = default;
 
+HvErrorType HvSystem::SelectModules(HvModuleSelectionType selection)
+{
+    return m_impl->SelectModules(selection);
+}
+
+HvModuleSelectionType HvSystem::SelectedModules() const
+{
+    return m_impl->SelectedModules();
+}
+
 HvErrorType HvSystem::Startup()
 {
     return m_impl->Startup();
@@ -62,6 +72,13 @@ HvErrorType HvSystem::OpenCameraByID(const char* id, HvAccessModeType accessMode
     if (result == HvErrorSuccess)
         camera = found;
     return result;
+}
+
+HvErrorType HvSystem::AddCameraByAddress(const char* address, CameraPtr& camera)
+{
+    if (address == nullptr || *address == '\0')
+        return HvErrorBadParameter;
+    return m_impl->AddCameraByAddress(address, camera);
 }
 
 HvErrorType HvSystem::GetInterfaces(InterfacePtr* interfaces, unsigned int& count)

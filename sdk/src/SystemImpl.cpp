@@ -75,8 +75,9 @@ std::string ExtendedId(const ModuleRecord& module, const std::string& id)
 bool SameDevice(const Tl::DeviceInfo& a, const Tl::DeviceInfo& b)
 {
     return a.id == b.id && a.interfaceId == b.interfaceId && a.model == b.model &&
-           a.name == b.name && a.serialNumber == b.serialNumber &&
-           a.permittedAccess == b.permittedAccess && a.type == b.type;
+           a.name == b.name && a.serialNumber == b.serialNumber && a.vendor == b.vendor &&
+           a.firmwareVersion == b.firmwareVersion && a.permittedAccess == b.permittedAccess &&
+           a.type == b.type;
 }
 
 } // namespace
@@ -86,7 +87,19 @@ HvSystem::Impl& HvSystem::Impl::Instance()
     return *HvSystem::GetInstance().m_impl;
 }
 
-HvSystem::Impl::Impl() : m_started(false), m_startCount(0), m_session(0), m_announce(false) {}
+HvSystem::Impl::Impl()
+    : m_started(false), m_startCount(0), m_session(0), m_announce(false),
+      m_selection(HvModuleSelectionStandard)
+{
+}
+
+HvErrorType HvSystem::Impl::SelectModules(HvModuleSelectionType selection)
+{
+    if (selection == 0 || (selection & ~HvModuleSelectionType(HvModuleSelectionAll)) != 0)
+        return HvErrorBadParameter;
+    m_selection = selection;
+    return HvErrorSuccess;
+}
 
 HvSystem::Impl::~Impl()
 {
@@ -112,6 +125,14 @@ HvErrorType HvSystem::Impl::Startup()
         ++m_session;
         m_notifier.Start();
         for (auto& loaded : Internal::LoadModules(Internal::ModuleSearchFolders())) {
+            const HvModuleSelectionType kind = loaded.module->StartsOnRequestOnly()
+                                                   ? HvModuleSelectionOnRequest
+                                                   : HvModuleSelectionStandard;
+            if ((m_selection & kind) == 0) {
+                Internal::DebugNote("module not selected: " + loaded.path);
+                Internal::UnloadModule(loaded);
+                continue;
+            }
             auto record = std::make_shared<ModuleRecord>();
             record->self = record;
             record->loaded = loaded;
@@ -398,6 +419,33 @@ HvErrorType HvSystem::Impl::GetCameraByID(const std::string& id, CameraPtr& came
     for (const auto& module : Modules())
         RefreshDevices(module);
     return LookUpCamera(id, camera) ? HvErrorSuccess : HvErrorNotFound;
+}
+
+HvErrorType HvSystem::Impl::AddCameraByAddress(const std::string& address, CameraPtr& camera)
+{
+    Internal::SessionLock session;
+    if (session.Status() != HvErrorSuccess)
+        return session.Status();
+    // A module that looked and found nothing says more than one that cannot look.
+    HvErrorType result = HvErrorNotSupported;
+    for (const auto& module : Modules()) {
+        Tl::DeviceInfo device;
+        const HvErrorType found = module->loaded.module->AddDeviceByAddress(address, device);
+        if (found == HvErrorNotSupported)
+            continue;
+        if (found != HvErrorSuccess) {
+            result = found;
+            continue;
+        }
+        OnDeviceSeen(*module, device, true);
+        std::lock_guard<std::mutex> registry(m_registryMutex);
+        if (CameraEntry* entry = FindCamera(module.get(), device.id)) {
+            camera = entry->camera;
+            return HvErrorSuccess;
+        }
+        return HvErrorInternalFault;
+    }
+    return result;
 }
 
 HvErrorType HvSystem::Impl::GetInterfaces(std::vector<InterfacePtr>& interfaces)

@@ -83,11 +83,14 @@ public:
     Impl();
     ~Impl();
 
+    HvErrorType SelectModules(HvModuleSelectionType selection);
+    HvModuleSelectionType SelectedModules() const { return m_selection; }
     HvErrorType Startup();
     HvErrorType Shutdown();
 
     HvErrorType GetCameras(std::vector<CameraPtr>& cameras);
     HvErrorType GetCameraByID(const std::string& id, CameraPtr& camera);
+    HvErrorType AddCameraByAddress(const std::string& address, CameraPtr& camera);
     HvErrorType GetInterfaces(std::vector<InterfacePtr>& interfaces);
     HvErrorType GetInterfaceByID(const std::string& id, InterfacePtr& interface);
     HvErrorType GetTransportLayers(std::vector<TransportLayerPtr>& transportLayers);
@@ -145,6 +148,8 @@ private:
     // Changes are announced to observers only once Startup has taken its
     // first look at the lists: the cameras present at start did not arrive.
     std::atomic<bool> m_announce;
+    // Kinds of module the next Startup starts.
+    std::atomic<HvModuleSelectionType> m_selection;
 
     // Guards the lists below and m_modules (written under both locks).
     std::vector<std::shared_ptr<Internal::ModuleRecord>> m_modules;

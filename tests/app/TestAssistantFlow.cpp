@@ -7,7 +7,7 @@
 // layout can be looked at without a display.
 #include "NucImageInput.h"
 #include "NucMapFile.h"
-#include "NucMapPacking.h"
+#include "NucMapPipeline.h"
 #include "OrxPixmapLabel.h"
 #include "ScriptedDialogs.h"
 #include "WindowHarness.h"
@@ -132,11 +132,8 @@ private slots:
             QVERIFY(reference.loadImagefromFile(path, NucImageInput::Dark));
         for (const QString& path : brights)
             QVERIFY(reference.loadImagefromFile(path, NucImageInput::Bright));
-        QVERIFY(reference.generateMap(1.1f, 16));
-        QVector<quint16> words(64 * 48);
-        NucMapPacking::getBinMap(reference.darkParams, reference.brightParams, reference.bitDepth,
-                                 false, words.data());
-        QCOMPARE(bytes, NucMapFile::binFile(8196, 64, 48, words));
+        QVERIFY(NucMapPipeline::generate(reference, 1.1f, 16, reference.bitDepth == 16));
+        QCOMPARE(bytes, NucMapPipeline::fileImage(reference, {NucMapFile::Kind::Bin, 8196, false}));
         // The corners need more gain than the centre.
         const auto word = [&bytes](int x, int y) {
             return qFromLittleEndian<quint16>(bytes.constData() + 32 + 2 * (y * 64 + x));

@@ -113,7 +113,9 @@ private slots:
         QStringList views;
         for (QAction* action : window.menuBar()->actions().at(0)->menu()->actions())
             views << action->text();
-        QCOMPARE(views, (QStringList{"Camera List", "Log View", "NUC Assistant"}));
+        QCOMPARE(views, (QStringList{"Camera List", "Log View", "NUC Assistant", "",
+                                     "Real Cameras (GigE Vision, USB3 Vision)",
+                                     "Add Camera by Address…"}));
 
         QAction* about = window.menuBar()->actions().at(1)->menu()->actions().at(0);
         about->trigger();
@@ -165,8 +167,14 @@ private slots:
         window.findChild<QCheckBox*>("chkCompatibleOnly")->setChecked(false);
         WAIT_FOR_CAMERA(window, kYard);
         QSignalSpy closed(&window, &BasicMainWindow::CameraClosed);
+        // The list does not offer it, and says why.
+        QVERIFY(!window.openFromList(kYard));
+        QCOMPARE(window.findChild<QLabel*>("lblRefreshInfo")->text(),
+                 QString("gx1280C-PoE-YARD-1(YARD-1) cannot be opened: not supported by this "
+                         "program"));
 
-        QVERIFY(window.openFromList(kYard));
+        // Asked for all the same, the window opens it and closes it again.
+        window.OnCameraOpenRequested(kYard);
         QCOMPARE(window.windowTitle(), QString(TestWindow::Title));
         QCOMPARE(window.logLines(),
                  (QStringList{"Camera opened: Yard camera",

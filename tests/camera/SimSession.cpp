@@ -114,7 +114,7 @@ QStringList selectLines(const QStringList& trace, const QString& prefix)
     return lines;
 }
 
-SimCamera::SimCamera(const char* plainId, const QJsonObject& camera)
+OpenedSimCamera::OpenedSimCamera(const char* plainId, const QJsonObject& camera)
     : id(plainId), sim(QJsonArray{camera})
 {
     if (!sim.ok() || !(handle = sim.openCamera(id)))
@@ -128,4 +128,4 @@ SimCamera::SimCamera(const char* plainId, const QJsonObject& camera)
     sim.clearTrace(id);
 }
 
-SimCamera::~SimCamera() = default;
+OpenedSimCamera::~OpenedSimCamera() = default;

@@ -56,10 +56,10 @@ QStringList selectLines(const QStringList& trace, const QString& prefix);
 // A simulated camera, opened and wrapped. The trace is cleared just before
 // the wrapper is built and again after, so constructionTrace shows what
 // construction did and trace() what the test did since.
-struct SimCamera
+struct OpenedSimCamera
 {
-    SimCamera(const char* plainId, const QJsonObject& camera);
-    ~SimCamera();
+    OpenedSimCamera(const char* plainId, const QJsonObject& camera);
+    ~OpenedSimCamera();
     bool ok() const { return wrapper != nullptr; }
     QStringList trace(bool withIsDone = true) { return sim.trace(id, withIsDone); }
     QByteArray storedFile(const char* selector) { return sim.storedFile(id, selector); }

@@ -51,7 +51,7 @@ QJsonObject withoutInterfaceType(QJsonObject cam)
     return cam;
 }
 
-qlonglong packetSize(SimCamera& f, unsigned int index)
+qlonglong packetSize(OpenedSimCamera& f, unsigned int index)
 {
     unsigned int count = 0;
     f.handle->GetStreams(nullptr, count);
@@ -111,7 +111,7 @@ void TestOxCamera::packetSizeOnConstruction()
     QFETCH(QJsonObject, config);
     QFETCH(QStringList, trace);
     QFETCH(QList<qlonglong>, packetSizes);
-    SimCamera f(kCam, config);
+    OpenedSimCamera f(kCam, config);
     QVERIFY(f.ok());
     QCOMPARE(f.constructionTrace, trace);
     for (int i = 0; i < packetSizes.size(); ++i)
@@ -123,7 +123,7 @@ void TestOxCamera::packetSizeCommandNeverCompletes()
     QJsonObject config = camera("GigE", {{"streams", QJsonArray{stream("UDP")}}});
     config.insert("faults",
                   QJsonObject{{"commandLatencyMs", QJsonObject{{"GVSPAdjustPacketSize", -1}}}});
-    SimCamera f(kCam, config);
+    OpenedSimCamera f(kCam, config);
     QVERIFY(f.ok());
     // Asked at once and every 2 s until the 5 s have passed.
     QCOMPARE(f.constructionTrace.count("stream0: GVSPAdjustPacketSize isdone 0"), 4);
@@ -153,7 +153,7 @@ void TestOxCamera::registerByteOrder()
     QFETCH(bool, bigEndian);
     QFETCH(QByteArray, rawOne);
     QFETCH(unsigned int, readOne);
-    SimCamera f(kCam, config);
+    OpenedSimCamera f(kCam, config);
     QVERIFY(f.ok());
     QCOMPARE(f.wrapper->IsBigEndian(), bigEndian);
     OxFeatureContainer features(f.handle, nullptr);
@@ -177,14 +177,14 @@ void TestOxCamera::registerByteOrder()
 void TestOxCamera::singleFrames()
 {
     {
-        SimCamera f(kCam, camera("USB3"));
+        OpenedSimCamera f(kCam, camera("USB3"));
         QVERIFY(f.ok());
         std::shared_ptr<Hvx::Frame> frame;
         QVERIFY(f.wrapper->AcquireSingleImage(frame, 1000, Hvx::FrameAllocation_AnnounceFrame));
         uint32_t width = 0;
         QVERIFY(frame && frame->GetWidth(width) == HvErrorSuccess && width == 640u);
     }
-    SimCamera broken(kCam, camera("USB3", failing("AcquireSingleImage", "execute")));
+    OpenedSimCamera broken(kCam, camera("USB3", failing("AcquireSingleImage", "execute")));
     QVERIFY(broken.ok());
     std::shared_ptr<Hvx::Frame> frame;
     QVERIFY(!broken.wrapper->AcquireSingleImage(frame, 1000, Hvx::FrameAllocation_AnnounceFrame));
@@ -224,7 +224,7 @@ void TestOxCamera::saveToUserSet()
     QFETCH(bool, result);
     QFETCH(QStringList, trace);
     QFETCH(QString, storedSet);
-    SimCamera f(kCam, config);
+    OpenedSimCamera f(kCam, config);
     QVERIFY(f.ok());
     if (selected != QLatin1String("Default")) {
         QVERIFY(OxFeatureContainer(f.handle, nullptr).SetValue("UserSetSelector", selected));

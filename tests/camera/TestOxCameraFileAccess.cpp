@@ -52,16 +52,17 @@ QJsonObject fileEntry(const char* selector, const QByteArray& content = QByteArr
                        {"write", write}};
 }
 
-QJsonObject fileCamera(const QJsonObject& faults = QJsonObject(), bool hasFilename = true,
-                       bool lengthWritable = true)
+// settings: further keys of the camera's description.
+QJsonObject fileCamera(const QJsonObject& faults = QJsonObject(),
+                       const QJsonObject& settings = QJsonObject())
 {
     QJsonObject cam = SimSession::cameraJson(kCam);
     cam.insert("files",
                QJsonArray{fileEntry("Userfile", "previous"), fileEntry("Seventy", seventyText()),
                           fileEntry("Empty"), fileEntry("ReadOnly", "factory", true, false),
                           fileEntry("WriteOnly", QByteArray(), false, true)});
-    cam.insert("hasFilename", hasFilename);
-    cam.insert("fileAccessLengthWritable", lengthWritable);
+    for (auto it = settings.begin(); it != settings.end(); ++it)
+        cam.insert(it.key(), it.value());
     if (!faults.isEmpty())
         cam.insert("faults", faults);
     return cam;
@@ -72,10 +73,24 @@ QJsonObject failFeature(const char* feature, const char* op = "set")
     return QJsonObject{{"failFeatures", QJsonArray{QJsonObject{{"feature", feature}, {"op", op}}}}};
 }
 
-QJsonObject failOperation(const char* operation, int chunk = 0)
+// how: further keys of the fault ("statusOnly", "bytes").
+QJsonObject failOperation(const char* operation, int chunk = 0, const QJsonObject& how = {})
 {
-    const QJsonObject o{{"operation", operation}, {"chunk", chunk}};
+    QJsonObject o{{"operation", operation}, {"chunk", chunk}};
+    for (auto it = how.begin(); it != how.end(); ++it)
+        o.insert(it.key(), it.value());
     return QJsonObject{{"failOperations", QJsonArray{o}}};
+}
+
+const QJsonObject kStatusOnly{{"statusOnly", true}};
+
+// The reads of a completed operation's status (an enumeration's text takes
+// two) and result.
+QStringList reported(const char* status, const QString& result = QString())
+{
+    const QString line = QString("FileOperationStatus get ") + status;
+    return QStringList{line, line} +
+           (result.isEmpty() ? QStringList() : QStringList{"FileOperationResult get " + result});
 }
 
 QList<qint64> remainingValues(const QSignalSpy& spy, const QString& operation)
@@ -91,9 +106,9 @@ QList<qint64> remainingValues(const QSignalSpy& spy, const QString& operation)
 }
 
 // An opened simulated camera wrapped for the test.
-struct Fixture : SimCamera
+struct Fixture : OpenedSimCamera
 {
-    explicit Fixture(const QJsonObject& camera) : SimCamera(kCam, camera) {}
+    explicit Fixture(const QJsonObject& camera) : OpenedSimCamera(kCam, camera) {}
     OxCamera& camera() { return *wrapper; }
 };
 
@@ -141,15 +156,20 @@ void TestOxCameraFileAccess::uploadOneChunkExactSequence()
     const std::vector<unsigned char> data = pattern(65536);
     QVERIFY(f.camera().UploadBuffer(data, "map.bin", "Userfile", &written));
     QCOMPARE(written, 65536L);
-    // The open is not waited for (no done query); chunk and close are.
+    // Every operation is waited for and its report read while it is still
+    // selected; "Write" is selected before its offset and length.
     QCOMPARE(f.trace(),
              QStringList({"FileSelector set Userfile", "Filename set map.bin",
                           "FileOpenMode set Write", "FileOperationSelector set Open",
-                          "FileOperationExecute execute", "FileAccessLength set 65536",
-                          "FileAccessOffset set 0", "FileAccessBuffer set 65536",
-                          "FileOperationSelector set Write", "FileOperationExecute execute",
-                          "FileOperationExecute isdone 1", "FileOperationSelector set Close",
-                          "FileOperationExecute execute", "FileOperationExecute isdone 1"}));
+                          "FileOperationExecute execute", "FileOperationExecute isdone 1"}) +
+                 reported("Success") +
+                 QStringList({"FileOperationSelector set Write", "FileAccessLength set 65536",
+                              "FileAccessOffset set 0", "FileAccessBuffer set 65536",
+                              "FileOperationExecute execute", "FileOperationExecute isdone 1"}) +
+                 reported("Success", "65536") +
+                 QStringList({"FileOperationSelector set Close", "FileOperationExecute execute",
+                              "FileOperationExecute isdone 1"}) +
+                 reported("Success"));
     QCOMPARE(remainingValues(progress, "Write"), QList<qint64>({0}));
     QCOMPARE(f.storedFile("Userfile"), toBytes(data));
 
@@ -164,32 +184,52 @@ void TestOxCameraFileAccess::uploadOneChunkExactSequence()
 
 void TestOxCameraFileAccess::uploadChunks_data()
 {
+    QTest::addColumn<QJsonObject>("settings");
     QTest::addColumn<int>("size");
     QTest::addColumn<QStringList>("offsets");
     QTest::addColumn<QStringList>("lengths");
     QTest::addColumn<QStringList>("buffers");
     QTest::addColumn<QList<qint64>>("progress");
-    QTest::newRow("short single chunk") << 1000 << QStringList{"0"} << QStringList{"1000"}
-                                        << QStringList{"1000"} << QList<qint64>{0};
-    QTest::newRow("two full chunks") << 131072 << QStringList{"0", "65536"} << QStringList{"65536"}
-                                     << QStringList{"65536", "65536"} << QList<qint64>{0};
-    QTest::newRow("150000") << 150000 << QStringList{"0", "65536", "131072"}
+    QTest::addColumn<int>("stored"); // bytes the camera keeps: the data, then zeros
+    const QJsonObject plain;
+    QTest::newRow("short single chunk") << plain << 1000 << QStringList{"0"} << QStringList{"1000"}
+                                        << QStringList{"1000"} << QList<qint64>{0} << 1000;
+    QTest::newRow("two full chunks")
+        << plain << 131072 << QStringList{"0", "65536"} << QStringList{"65536"}
+        << QStringList{"65536", "65536"} << QList<qint64>{0} << 131072;
+    QTest::newRow("150000") << plain << 150000 << QStringList{"0", "65536", "131072"}
                             << QStringList{"65536", "18928"}
-                            << QStringList{"65536", "65536", "18928"} << QList<qint64>{84464, 0};
-    QTest::newRow("four chunks") << 200000 << QStringList{"0", "65536", "131072", "196608"}
+                            << QStringList{"65536", "65536", "18928"} << QList<qint64>{84464, 0}
+                            << 150000;
+    QTest::newRow("four chunks") << plain << 200000 << QStringList{"0", "65536", "131072", "196608"}
                                  << QStringList{"65536", "3392"}
                                  << QStringList{"65536", "65536", "65536", "3392"}
-                                 << QList<qint64>{134464, 68928, 0};
+                                 << QList<qint64>{134464, 68928, 0} << 200000;
+    QTest::newRow("camera takes 1024 bytes at most")
+        << QJsonObject{{"fileAccessMaxLength", 1024}} << 3000 << QStringList{"0", "1024", "2048"}
+        << QStringList{"1024", "952"} << QStringList{"1024", "1024", "952"}
+        << QList<qint64>{1976, 0} << 3000;
+    QTest::newRow("fixed 1024-byte buffer pads the last chunk")
+        << QJsonObject{{"fileAccessMaxLength", 1024},
+                       {"fileAccessLengthWritable", false},
+                       {"fileAccessPadding", true}}
+        << 3000 << QStringList{"0", "1024", "2048"} << QStringList{}
+        << QStringList{"1024", "1024", "952"} << QList<qint64>{1976, 0} << 3072;
+    QTest::newRow("no FileOperationStatus")
+        << QJsonObject{{"fileOperationStatus", false}} << 1000 << QStringList{"0"}
+        << QStringList{"1000"} << QStringList{"1000"} << QList<qint64>{0} << 1000;
 }
 
 void TestOxCameraFileAccess::uploadChunks()
 {
+    QFETCH(QJsonObject, settings);
     QFETCH(int, size);
     QFETCH(QStringList, offsets);
     QFETCH(QStringList, lengths);
     QFETCH(QStringList, buffers);
     QFETCH(QList<qint64>, progress);
-    Fixture f(fileCamera());
+    QFETCH(int, stored);
+    Fixture f(fileCamera(QJsonObject(), settings));
     QVERIFY(f.ok());
     QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
     const std::vector<unsigned char> data = pattern(size, 3);
@@ -201,7 +241,7 @@ void TestOxCameraFileAccess::uploadChunks()
     QCOMPARE(selectLines(trace, "FileAccessLength set "), lengths);
     QCOMPARE(selectLines(trace, "FileAccessBuffer set "), buffers);
     QCOMPARE(remainingValues(spy, "Write"), progress);
-    QCOMPARE(f.storedFile("Userfile"), toBytes(data));
+    QCOMPARE(f.storedFile("Userfile"), toBytes(data) + QByteArray(stored - size, '\0'));
 }
 
 // Cameras lacking a feature the transfers would use: an upload and a
@@ -212,7 +252,7 @@ void TestOxCameraFileAccess::restrictedCamera_data()
     QTest::addColumn<bool>("lengthWritable");
     QTest::addColumn<QString>("untouched");
     QTest::newRow("no Filename") << false << true << "Filename";
-    QTest::newRow("read-only FileAccessLength") << true << false << "FileAccessLength";
+    QTest::newRow("read-only FileAccessLength") << true << false << "FileAccessLength set";
 }
 
 void TestOxCameraFileAccess::restrictedCamera()
@@ -220,7 +260,8 @@ void TestOxCameraFileAccess::restrictedCamera()
     QFETCH(bool, hasFilename);
     QFETCH(bool, lengthWritable);
     QFETCH(QString, untouched);
-    Fixture f(fileCamera(QJsonObject(), hasFilename, lengthWritable));
+    Fixture f(fileCamera(QJsonObject(), {{"hasFilename", hasFilename},
+                                         {"fileAccessLengthWritable", lengthWritable}}));
     QVERIFY(f.ok());
     long written = -1;
     const std::vector<unsigned char> data = pattern(150000, 9);
@@ -362,8 +403,8 @@ void TestOxCameraFileAccess::downloads_data()
     QTest::addColumn<QStringList>("offsets");
     QTest::addColumn<QStringList>("lengths");
     QTest::addColumn<QList<qint64>>("progress");
-    // An empty file still gets its (zero) length written before the close.
-    QTest::newRow("empty") << "Empty" << QByteArray() << QStringList() << QStringList{"0"}
+    // An empty file needs no length (cameras take at least 1 byte).
+    QTest::newRow("empty") << "Empty" << QByteArray() << QStringList() << QStringList()
                            << QList<qint64>{0};
     QTest::newRow("70000") << "Seventy" << seventyText() << QStringList{"0", "65536"}
                            << QStringList{"65536", "4464"} << QList<qint64>{4464, 0, 0};
@@ -405,7 +446,7 @@ void TestOxCameraFileAccess::downloadFailures_data()
     // The last feature operations the camera saw (done queries left out).
     QTest::addColumn<QStringList>("tail");
 
-    const QString opened = "FileOperationExecute execute";
+    const QStringList opened = QStringList{"FileOperationExecute execute"} + reported("Success");
     const QStringList closed{"FileOperationSelector set Close", "FileOperationExecute execute"};
 
     QTest::newRow("selector") << failFeature("FileSelector") << 0L << QList<qint64>{}
@@ -417,22 +458,26 @@ void TestOxCameraFileAccess::downloadFailures_data()
                           << QStringList{"FileOperationSelector set Open",
                                          "FileOperationExecute execute -> -13"};
     QTest::newRow("file size") << failFeature("FileSize", "get") << 0L << QList<qint64>{}
-                               << (QStringList{opened, "FileSize get -> -13"} + closed);
+                               << (opened + QStringList{"FileSize get -> -13"} + closed);
     // The one failure after the open that leaves the device file open.
     QTest::newRow("length") << failFeature("FileAccessLength") << 0L << QList<qint64>{}
-                            << QStringList{"FileSize get 70000",
+                            << QStringList{"FileSize get 70000", "FileOperationSelector set Read",
                                            "FileAccessLength set 65536 -> -13"};
     QTest::newRow("offset")
         << failFeature("FileAccessOffset") << 0L << QList<qint64>{}
         << (QStringList{"FileAccessLength set 65536", "FileAccessOffset set 0 -> -13"} + closed);
     QTest::newRow("buffer") << failFeature("FileAccessBuffer", "get") << 0L << QList<qint64>{}
-                            << (QStringList{opened, "FileAccessBuffer get -> -13"} + closed);
+                            << (reported("Success", "65536") +
+                                QStringList{"FileAccessBuffer get -> -13"} + closed);
     QTest::newRow("second read") << failOperation("Read", 2) << 65536L << QList<qint64>{4464}
                                  << (QStringList{"FileAccessOffset set 65536",
                                                  "FileAccessLength set 4464",
-                                                 "FileOperationSelector set Read",
                                                  "FileOperationExecute execute -> -13"} +
                                      closed);
+    // The buffer is not read when the camera says the read failed.
+    QTest::newRow("second read, status only")
+        << failOperation("Read", 2, kStatusOnly) << 65536L << QList<qint64>{4464}
+        << (QStringList{"FileOperationExecute execute"} + reported("Failure") + closed);
     // A failed close is tried once more by the abort path; the camera has
     // ended the file already, so the second selection is refused before it
     // reaches the camera and only its execute shows.
@@ -515,15 +560,14 @@ void TestOxCameraFileAccess::fileLeftOpenIsClosedFirst()
     QCOMPARE(count, long(after.size()));
     QCOMPARE(f.storedFile("Userfile"), after);
     const QString mode = "FileOpenMode set " + nextMode;
-    QStringList opening{mode,
-                        "FileOperationSelector set Close",
-                        "FileOperationExecute execute",
-                        "FileOperationExecute isdone 1",
-                        mode,
-                        "FileOperationSelector set Open",
-                        "FileOperationExecute execute"};
-    if (nextMode == "Read")
-        opening << "FileOperationExecute isdone 1";
+    const QStringList opening{mode,
+                              "FileOperationSelector set Close",
+                              "FileOperationExecute execute",
+                              "FileOperationExecute isdone 1",
+                              mode,
+                              "FileOperationSelector set Open",
+                              "FileOperationExecute execute",
+                              "FileOperationExecute isdone 1"};
     const QStringList trace = f.trace();
     QCOMPARE(trace.mid(2, opening.size()), opening);
     QCOMPARE(trace.count("FileOperationSelector set Open"), 1);

@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QtTest>
 
 #include "CliRun.h"
@@ -143,12 +144,25 @@ private slots:
             return lines;
         };
 
+        const QByteArray previous =
+            sim.storedFile("A-1", qPrintable(storedAs[0]), qPrintable(storedAs[1]));
         const CliRun up = orvexNuc({"upload", "--camera", id, "--entry", entry, sim.path("map")});
         QCOMPARE(up.exitCode, 0);
         QCOMPARE(
             up.out,
             QString("%1 bytes written to %2 of camera sim::A-1.\n").arg(map.size()).arg(entry));
-        QCOMPARE(up.err, progressLines("Write", progress[0]));
+        // The camera's previous file is read into a backup first, and named.
+        const QString backupLine = up.err.split('\n').filter("Backup of").value(0);
+        const QString backup = backupLine.section(": ", 1);
+        QCOMPARE(backupLine, QString("Backup of %1 of camera sim::A-1: %2").arg(entry, backup));
+        QVERIFY2(
+            QRegularExpression(QString("/orvex-nuc/backups/SN-A-1/%1-\\d{8}T\\d{6}\\.\\d{3}Z\\.%2$")
+                                   .arg(entry, storedAs[1].isEmpty() ? "bin" : "ge3"))
+                .match(backup)
+                .hasMatch(),
+            qPrintable(backup));
+        QCOMPARE(readFile(backup), previous);
+        QVERIFY(up.err.endsWith(progressLines("Write", progress[0])));
         const QByteArray stored =
             sim.storedFile("A-1", qPrintable(storedAs[0]), qPrintable(storedAs[1]));
         QCOMPARE(stored, map);
@@ -164,24 +178,71 @@ private slots:
         QCOMPARE(readFile(sim.path("back")), map);
     }
 
+    void backupsAreListedAndRestored()
+    {
+        // A camera of its own: the other tests keep backups of A-1.
+        SimSession sim({shadingCamera("R-1")});
+        QVERIFY(sim.ok());
+        const QByteArray factory = sim.storedFile("R-1", "ShadingMap0");
+        const QByteArray first = mapFile(false, 64, 32, 1);
+        QVERIFY(writeFile(sim.path("first"), first));
+        QVERIFY(writeFile(sim.path("second"), mapFile(false, 64, 32, 2)));
+        for (const char* map : {"first", "second"})
+            QCOMPARE(
+                orvexNuc({"upload", "--camera", "R-1", "--entry", "ShadingMap0", sim.path(map)})
+                    .exitCode,
+                0);
+
+        const CliRun list = orvexNuc({"backups", "--camera", "sim::R-1", "--json"});
+        QCOMPARE(list.exitCode, 0);
+        const QJsonArray backups = QJsonDocument::fromJson(list.out.toUtf8()).array();
+        QCOMPARE(backups.size(), 2);
+        // Newest first: the first map, then what the camera held before.
+        const QJsonObject newest = backups[0].toObject();
+        QCOMPARE(readFile(newest["path"].toString()), first);
+        QCOMPARE(readFile(backups[1].toObject()["path"].toString()), factory);
+        QCOMPARE(newest["entry"].toString(), QString("ShadingMap0"));
+        QCOMPARE(newest["size"].toInt(), first.size());
+        QCOMPARE(newest["format"].toString(), QString("bin"));
+        QCOMPARE(newest["mapId"].toInt(), 8193);
+        QVERIFY(newest["time"].toString() > backups[1].toObject()["time"].toString());
+        QCOMPARE(orvexNuc({"backups", "--camera", "SN-R-1", "--entry", "Notes", "--json"}).out,
+                 QString("[\n]\n"));
+
+        // Restoring is an upload of the backup file.
+        QCOMPARE(orvexNuc({"upload", "--camera", "R-1", "--entry", "ShadingMap0",
+                           newest["path"].toString()})
+                     .exitCode,
+                 0);
+        QCOMPARE(sim.storedFile("R-1", "ShadingMap0"), first);
+        QCOMPARE(orvexNuc({"backups", "--camera", "X-9"}).err,
+                 QString("orvex-nuc backups: no backups are kept of a camera with the ID or "
+                         "serial number 'X-9'\n"));
+    }
+
     void failures_data()
     {
         QTest::addColumn<QJsonObject>("camera");
         QTest::addColumn<QString>("command");
         QTest::addColumn<QString>("entry");
         QTest::addColumn<QByteArray>("file");
+        // The camera's reason, if any, on a line of the error stream, and the
+        // command's verdict on the last line.
         QTest::addColumn<QString>("message");
-        QTest::addColumn<int>("partial"); // download: bytes left in the local file
+        // download: bytes left in the local file; upload into Notes: bytes
+        // the camera kept
+        QTest::addColumn<int>("partial");
 
         const QJsonObject plain = shadingCamera("A-1");
         const QJsonObject big = shadingCamera("A-1", 320, 256);
         const QJsonObject closeHangs{
             {"failOperations", QJsonArray{QJsonObject{{"operation", "Close"}, {"hang", true}}}}};
-        auto failing = [](QJsonObject camera, const char* operation) {
-            return with(
-                camera, "faults",
-                QJsonObject{{"failOperations",
-                             QJsonArray{QJsonObject{{"operation", operation}, {"chunk", 2}}}}});
+        auto failing = [](QJsonObject camera, const char* operation,
+                          QJsonObject how = QJsonObject()) {
+            how.insert("operation", operation);
+            if (!how.contains("chunk"))
+                how.insert("chunk", 2);
+            return with(camera, "faults", QJsonObject{{"failOperations", QJsonArray{how}}});
         };
         const QByteArray map = mapFile(false, 64, 32);
         QTest::addRow("unknown camera")
@@ -221,7 +282,13 @@ private slots:
         QTest::addRow("short transfer")
             << failing(plain, "Write") << "upload"
             << "Notes" << QByteArray(150000, 'n')
-            << "orvex-nuc upload: short transfer: 65536 of 150000 bytes reached Notes" << -1;
+            << "orvex-nuc upload: short transfer: 65536 of 150000 bytes reached Notes" << 65536;
+        QTest::addRow("camera takes part of a chunk")
+            << failing(plain, "Write", {{"bytes", 1000}}) << "upload"
+            << "Notes" << QByteArray(150000, 'n')
+            << "File Access Write of Notes at byte 65536 failed: the camera moved 1000 of 65536 "
+               "bytes.\norvex-nuc upload: short transfer: 66536 of 150000 bytes reached Notes"
+            << 66536;
         QTest::addRow("download fails")
             << failing(big, "Read") << "download"
             << "ShadingMap0" << QByteArray()
@@ -229,12 +296,20 @@ private slots:
                "after 65536 bytes; %1 holds what was read"
             << 65536;
         // A camera that hangs in its close or drops off mid-transfer.
+        QTest::addRow("backup download fails")
+            << failing(big, "Read") << "upload"
+            << "ShadingMap0" << mapFile(false, 320, 256)
+            << "orvex-nuc upload: no backup of ShadingMap0 could be made (the download of "
+               "ShadingMap0 from camera sim::A-1 failed after 65536 bytes); nothing was "
+               "uploaded. Give --no-backup to upload without one"
+            << -1;
         QTest::addRow("upload, close never completes")
-            << with(plain, "faults", closeHangs) << "upload"
+            << with(plain, "faults", closeHangs) << "upload --no-backup"
             << "ShadingMap0" << map
             << "orvex-nuc upload: camera sim::A-1 did not complete the upload to ShadingMap0" << -1;
         QTest::addRow("upload, camera drops off")
-            << with(big, "faults", QJsonObject{{"disconnectAfterChunks", 1}}) << "upload"
+            << with(big, "faults", QJsonObject{{"disconnectAfterChunks", 1}})
+            << "upload --no-backup"
             << "ShadingMap0" << mapFile(false, 320, 256)
             << "orvex-nuc upload: camera sim::A-1 did not complete the upload to ShadingMap0" << -1;
         QTest::addRow("download, close never completes")
@@ -265,19 +340,24 @@ private slots:
         const QString selector = entry == "Notes" ? entry : "ShadingMap0";
         const QByteArray before = sim.storedFile(qPrintable(plainId), qPrintable(selector));
         const QString path = sim.path("file");
-        if (command == "upload")
+        if (command.startsWith("upload"))
             QVERIFY(writeFile(path, file));
 
-        const CliRun run = orvexNuc({command, "--camera", "A-1", "--entry", entry, path});
+        const CliRun run =
+            orvexNuc(command.split(' ') + QStringList{"--camera", "A-1", "--entry", entry, path});
         QCOMPARE(run.exitCode, 1);
         QCOMPARE(run.out, QString());
-        QCOMPARE(run.err.split('\n', Qt::SkipEmptyParts).last(),
-                 message.contains("%1") ? message.arg(path) : message);
+        const QStringList lines = run.err.split('\n', Qt::SkipEmptyParts);
+        const QStringList expected =
+            (message.contains("%1") ? message.arg(path) : message).split('\n');
+        QCOMPARE(lines.last(), expected.last());
+        for (const QString& reason : expected.mid(0, expected.size() - 1))
+            QVERIFY2(lines.contains(reason), qPrintable(run.err));
         // A refused upload leaves the camera's file as it was; a plain device
-        // file keeps what arrived before the failing chunk.
+        // file keeps what arrived before the failure.
         QCOMPARE(sim.storedFile(qPrintable(plainId), qPrintable(selector)),
-                 entry == "Notes" ? file.left(65536) : before);
-        if (partial >= 0)
+                 entry == "Notes" ? file.left(partial) : before);
+        if (partial >= 0 && command == "download")
             QCOMPARE(readFile(path), before.left(partial));
     }
 };

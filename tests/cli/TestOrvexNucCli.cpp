@@ -1,8 +1,14 @@
 #include "NucFloatMap.h"
-#include "PanelUnderTest.h"
+#include "OrxNUShadingCorrection.h"
+#include "OxCamera.h"
+#include "PanelCameras.h"
 #include "ScriptedDialogs.h"
+#include "SimSession.h"
 #include "TestImages.h"
 
+#include <Hvx/Camera.h>
+
+#include <QComboBox>
 #include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
@@ -35,6 +41,7 @@ class TestOrvexNucCli : public QObject
     Q_OBJECT
 
     QTemporaryDir tmp;
+    std::unique_ptr<SimSession> sim;
 
     // Writes three dark and three bright images of one kind into folders.
     bool writeSeries(const QString& kind, QString* darkDir, QString* brightDir)
@@ -80,17 +87,21 @@ class TestOrvexNucCli : public QObject
         return files;
     }
 
-    // What the panel writes for the same images, targets and map entry.
-    static QByteArray panelSave(const QString& darkDir, const QString& brightDir,
-                                const QString& gain, const QString& offset, int mapId, bool userMap,
-                                const QString& outDir)
+    // What the panel writes for the same images, targets and map entry (map
+    // id 8193 or 8196, or a user map).
+    QByteArray panelSave(const QString& darkDir, const QString& brightDir, const QString& gain,
+                         const QString& offset, int mapId, bool userMap, const QString& outDir)
     {
         ScriptedDialogs dialogs;
-        PanelUnderTest panel(mapId);
+        OrxNUShadingCorrection panel;
+        const char* id = userMap ? "CLI-USER" : "CLI-BIN";
+        Hvx::CameraPtr camera = sim->openCamera(id);
+        if (!camera || !panel.Init(new OxCamera(camera, nullptr)))
+            return QByteArray();
+        if (!userMap)
+            panel.findChild<QComboBox*>("cmbShadingMapSelector")->setCurrentIndex(mapId == 8196);
         panel.findChild<QLineEdit*>("TargetGainEdit")->setText(gain);
         panel.findChild<QLineEdit*>("TargetOffsetEdit")->setText(offset);
-        if (userMap)
-            panel.addUserMapEntry("NucUserMap0", 0);
         dialogs.answer(filesIn(darkDir));
         panel.findChild<QPushButton*>("btnAddDarkImage")->click();
         dialogs.answer(filesIn(brightDir));
@@ -98,13 +109,23 @@ class TestOrvexNucCli : public QObject
         panel.findChild<QPushButton*>("btnGenerateMap")->click();
         dialogs.answer(userMap ? outDir : outDir + "/panel");
         panel.findChild<QPushButton*>("btnSaveMapToFile")->click();
+        panel.Reset();
+        camera->Close();
         if (dialogs.calls.last().text != "Save to file successful!")
             return QByteArray();
         return readFile(userMap ? outDir + "/nuc_usermap0.ge3" : outDir + "/panel.bin");
     }
 
 private slots:
-    void initTestCase() { QVERIFY(tmp.isValid()); }
+    void initTestCase()
+    {
+        QVERIFY(tmp.isValid());
+        sim = std::make_unique<SimSession>(
+            QJsonArray{panelCamera("CLI-BIN"), panelCamera("CLI-USER", 64, 32, kUserMaps)});
+        QVERIFY(sim->ok());
+    }
+
+    void cleanupTestCase() { sim.reset(); }
 
     void sameBytesAsPanel_data()
     {
@@ -320,6 +341,19 @@ private slots:
             run.out.contains("Offset code:    min 0  max 63  mean 29.000  at 0: 1  at 63: 1\n"));
         run = orvexNuc({"info", "--depth", "16", tmp.filePath("float.map")});
         QVERIFY(run.out.contains("Offset code:    min 0  max 5  mean 2.000  at 0: 1  at 63: 0\n"));
+        QVERIFY(!run.out.contains("Warning"));
+
+        // A map that cannot be what the operator wanted says why, in plain words.
+        const float high[2] = {20.0f, 30.0f}, low[2] = {0.5f, 0.9f};
+        QVERIFY(writeFile(tmp.filePath("bad.map"), NucFloatMap::encode(2, 1, high, low)));
+        run = orvexNuc({"info", tmp.filePath("bad.map")});
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY2(run.out.endsWith(
+                     "Warning:        the dark level is above what the map can subtract: check "
+                     "the dark images or the target offset\n"
+                     "Warning:        100.0 % of the gain codes are 0: the target gain is below 1, "
+                     "or the dark and bright images are swapped\n"),
+                 qPrintable(run.out));
 
         QVERIFY(writeFile(tmp.filePath("short.map"), map.left(20)));
         run = orvexNuc({"info", tmp.filePath("short.map")});

@@ -1,6 +1,7 @@
 #include "NucImageInput.h"
 #include "NucMapFile.h"
 #include "NucMapPacking.h"
+#include "NucMapPipeline.h"
 #include "TestImages.h"
 
 #include <QProcess>
@@ -54,7 +55,7 @@ class TestOrvexNucPipeline : public QObject
         for (const QString& path : bright)
             if (!input.loadImagefromFile(path, NucImageInput::Bright))
                 return QByteArray();
-        if (!input.generateMap(1.1f, 16))
+        if (!NucMapPipeline::generate(input, 1.1f, 16, input.bitDepth == 16))
             return QByteArray();
         const QVector<quint16> words =
             NucMapPacking::packedMap(input.darkParams, input.brightParams, input.bitDepth, false);

@@ -70,6 +70,7 @@ private slots:
     void hotPlugInAndOut();
     void openButtonFollowsCurrentRow();
     void openAndCloseSwitchPages();
+    void rowThatCannotBeOpenedSaysWhy();
 
 private:
     // Writes the simulator's configuration for the next widget.
@@ -371,6 +372,38 @@ void TestCameraDiscoveryWidget::openAndCloseSwitchPages()
     QCOMPARE(HvxSim::Control()->RemoveCamera("A"), 0);
     QTRY_COMPARE(removed.count(), 1);
     QVERIFY(c.tree->isEnabled());
+}
+
+void TestCameraDiscoveryWidget::rowThatCannotBeOpenedSaysWhy()
+{
+    useCameras({cameraJson("A", "kva640MXGE"),
+                cameraJson("L", "kva640MXGE", "GigE", R"("heldByOtherApplication": true)")});
+    CameraDiscoveryWidget widget;
+    widget.resize(400, 300);
+    widget.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&widget));
+    Controls c(widget);
+    QVERIFY(waitForFirstList(widget));
+    const QAbstractItemModel& model = *c.tree->model();
+    const QModelIndex a = findRow(model, "kva640MXGE-SNA(A)");
+    const QModelIndex held = findRow(model, "kva640MXGE-SNL(L)");
+    const QString why = "held by another application";
+    QVERIFY(model.data(held, Qt::ToolTipRole)
+                .toString()
+                .endsWith("<B>Cannot be opened</B>: " + why + "<BR>"));
+    QVERIFY(!model.data(a, Qt::ToolTipRole).toString().contains("Cannot be opened"));
+
+    // With another camera current, a double click on the held one opens nothing.
+    QSignalSpy opened(&widget, &CameraDiscoveryWidget::CameraOpened);
+    c.tree->setCurrentIndex(a);
+    doubleClickRow(c.tree, held);
+    QCOMPARE(opened.count(), 0);
+    QVERIFY(c.label->isVisible());
+    QCOMPARE(c.label->text(), "kva640MXGE-SNL(L) cannot be opened: " + why);
+    // A camera that can be opened takes the label away again.
+    QTest::mouseClick(c.tree->viewport(), Qt::LeftButton, {}, c.tree->visualRect(a).center());
+    QVERIFY(c.label->isHidden());
+    QCOMPARE(opened.count(), 0);
 }
 
 QTEST_MAIN(TestCameraDiscoveryWidget)

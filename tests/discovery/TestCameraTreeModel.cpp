@@ -120,7 +120,9 @@ void TestCameraTreeModel::displayTooltipAndFlags()
                      "<B>Full Access</B>: false<BR>"
                      "<B>Extended ID</B>: GigE:DEV_1<BR>"
                      "<B>Interface</B>: eth0<BR>"
-                     "<B>TL Path</B>: /tl/GigE.so<BR>"));
+                     "<B>TL Path</B>: /tl/GigE.so<BR>"
+                     "<B>Cannot be opened</B>: held by another application; not supported by "
+                     "this program<BR>"));
 
     QVERIFY(!(model.flags(locked) & Qt::ItemIsEnabled));
     const int mask = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsEditable;

@@ -1,13 +1,15 @@
 // Image file bytes loaded into both series as the panel and `orvex-nuc
 // generate` load them, then a map generated, packed and saved (the same file
 // from the command-line tool's sums of 16-bit series), and the image taken out
-// of the dark series again.
+// of the dark series again. The fast PNG decoder is held to Qt's plug-in on
+// every input.
 #include "FuzzCheck.h"
 #include "NucImageInput.h"
 #include "NucLimits.h"
 #include "NucMapFile.h"
-#include "NucMapGeneration.h"
 #include "NucMapPacking.h"
+#include "NucMapPipeline.h"
+#include "NucPngDecoder.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -55,6 +57,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     }
 
+    // The fast PNG decoder takes only files that Qt's plug-in reads, and gives
+    // the image Qt gives.
+    QImage fast;
+    if (NucPngDecoder::decode(path, &fast)) {
+        QImage qt = QImageReader(path).read();
+        if (qt.format() == QImage::Format_Grayscale8)
+            qt = NucImageInput::toIndexedGrey(qt);
+        FUZZ_CHECK(!qt.isNull() && qt.format() == fast.format() && qt == fast &&
+                   qt.dotsPerMeterX() == fast.dotsPerMeterX() &&
+                   qt.dotsPerMeterY() == fast.dotsPerMeterY());
+    }
+
     NucImageInput input;
     NucImageInput::Message message;
     const bool dark = input.loadImagefromFile(path, NucImageInput::Dark, &message);
@@ -69,11 +83,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FUZZ_CHECK(input.darkParams.count == 1);
     FUZZ_CHECK(input.loadImagefromFile(path, NucImageInput::Bright, &message));
 
-    FUZZ_CHECK(input.generateMap(1.1f, 16, &message));
+    FUZZ_CHECK(NucMapPipeline::generate(input, 1.1f, 16, input.bitDepth == 16));
     const QVector<quint16> words =
         NucMapPacking::packedMap(input.darkParams, input.brightParams, input.bitDepth, false);
     FUZZ_CHECK(quint32(words.size()) == input.pixelCount);
-    const QByteArray file = NucMapFile::binFile(8193, input.width, input.height, words);
+    const QByteArray file = NucMapPipeline::fileImage(input, {});
     NucMapFile::Info info;
     FUZZ_CHECK(NucMapFile::parse(file, &info, nullptr) && info.checksumHolds &&
                info.words == words);
@@ -85,8 +99,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                sums.loadImagefromFile(path, NucImageInput::Bright));
     if (sums.bitDepth == 16) {
         QByteArray fromSums;
-        FUZZ_CHECK(NucMapGeneration::binFileFromSums(sums.darkSum, sums.brightSum, 1.1f, 16, 8193,
-                                                     &fromSums));
+        FUZZ_CHECK(NucMapPipeline::makeFile(sums, 1.1f, 16, {}, &fromSums));
         FUZZ_CHECK(fromSums == file);
     }
 

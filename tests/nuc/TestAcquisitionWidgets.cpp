@@ -142,7 +142,7 @@ private slots:
 
     void acquisitionDialog_data()
     {
-        QTest::addColumn<int>("which");
+        QTest::addColumn<int>("series");
         QTest::addColumn<int>("level");
         QTest::addColumn<int>("failAt");
         QTest::addColumn<int>("answer");           // to the level check, when asked
@@ -165,7 +165,8 @@ private slots:
 
     void acquisitionDialog()
     {
-        QFETCH(int, which);
+        QFETCH(int, series);
+        const auto which = NucImageInput::Series(series);
         QFETCH(int, level);
         QFETCH(int, failAt);
         QFETCH(int, answer);

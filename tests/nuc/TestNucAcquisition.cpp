@@ -47,7 +47,7 @@ double pattern(int x, int)
     return x % 2 ? 20.0 : -20.0;
 }
 
-bool sameSeries(NucImageInput& a, NucImageInput& b, int which)
+bool sameSeries(NucImageInput& a, NucImageInput& b, NucImageInput::Series which)
 {
     const NUShadingParams* p = a.series(which);
     const NUShadingParams* q = b.series(which);

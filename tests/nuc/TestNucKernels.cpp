@@ -1,4 +1,5 @@
 #include "NucKernels.h"
+#include "NucParallel.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
@@ -44,6 +45,16 @@ Expected reference(const std::vector<T>& q, const std::vector<T>& r, const std::
 using Accumulate16 = std::function<void(u16*, u16*, float*, const u16*, size, i32, i32)>;
 using Accumulate8 = std::function<void(const u8*, u8*, float*, const u8*, size, i32, i32)>;
 
+// The dispatch with every pass split between the threads, at whatever size.
+template <typename F> auto split(F f)
+{
+    return [f](auto... args) {
+        NucParallel::setMode(NucParallel::Mode::Split);
+        f(args...);
+        NucParallel::setMode(NucParallel::Mode::Auto);
+    };
+}
+
 QList<QPair<QString, Accumulate16>> implementations16()
 {
     QList<QPair<QString, Accumulate16>> list;
@@ -55,6 +66,7 @@ QList<QPair<QString, Accumulate16>> implementations16()
              }});
     }
     list.append({"dispatch", &NucKernels::accumulate16});
+    list.append({"split", split(&NucKernels::accumulate16)});
     list.append({"plain", &NucKernels::plain::accumulate16});
     return list;
 }
@@ -73,6 +85,7 @@ QList<QPair<QString, Accumulate8>> implementations8(bool rgb)
                      }});
     }
     list.append({"dispatch", rgb ? &NucKernels::accumulateRgb32 : &NucKernels::accumulate8});
+    list.append({"split", split(rgb ? &NucKernels::accumulateRgb32 : &NucKernels::accumulate8)});
     list.append(
         {"plain", rgb ? &NucKernels::plain::accumulateRgb32 : &NucKernels::plain::accumulate8});
     return list;
@@ -158,7 +171,8 @@ QString firstFailure(const QList<QPair<QString, Impl>>& impls, const std::vector
 {
     const Expected e = reference(q0, r0, pWide, n, mode, sizeof(T) == 2);
     for (const auto& impl : impls) {
-        const bool kernelOnly = impl.first != "dispatch" && impl.first != "plain";
+        const bool kernelOnly =
+            impl.first != "dispatch" && impl.first != "split" && impl.first != "plain";
         if (kernelOnly && (n > FastCountLimit || (mode != 1 && mode != -1)))
             continue;
         std::vector<T> q = q0, r = r0;
@@ -310,13 +324,37 @@ private slots:
         for (size i = 0; i < pixels; ++i)
             pWide[i] = p[i] = u16(i * 40503u); // odd factor: every value once
         const Expected e = reference(zeros, zeros, pWide, 1, 1, true);
-        for (int v = 0; v < variantCount(); ++v) {
+        for (int v = -1; v < variantCount(); ++v) {
             std::vector<u16> q(pixels, 0xdead), r(pixels, 0xbeef);
             std::vector<float> mean(pixels, -1.0f);
-            variant(v).start16(q.data(), r.data(), mean.data(), p.data(), pixels);
+            const auto splitStart = split(&NucKernels::start16);
+            if (v < 0)
+                splitStart(q.data(), r.data(), mean.data(), p.data(), pixels);
+            else
+                variant(v).start16(q.data(), r.data(), mean.data(), p.data(), pixels);
             const QString diff = firstDifference(e, q, r, mean);
-            QVERIFY2(diff.isEmpty(), qPrintable(QString(variant(v).name) + ": " + diff));
+            QVERIFY2(diff.isEmpty(),
+                     qPrintable(QString(v < 0 ? "split" : variant(v).name) + ": " + diff));
         }
+    }
+
+    // The exact sums of a 16-bit series, one thread and split, against plain
+    // addition, around the split's blocks.
+    void sumsAddEverySample()
+    {
+        for (size pixels : {size(127), size(65536 + 7)})
+            for (auto mode : {NucParallel::Mode::Single, NucParallel::Mode::Split}) {
+                std::vector<u16> a(pixels), b(pixels);
+                std::vector<u32> sums(pixels, 0xdeadbeef), expected(pixels);
+                for (size i = 0; i < pixels; ++i)
+                    expected[i] = (a[i] = u16(i * 40503u)) + 2u * (b[i] = u16(~i * 7u));
+                NucParallel::setMode(mode);
+                NucKernels::sumStart16(sums.data(), a.data(), pixels);
+                NucKernels::sumAdd16(sums.data(), b.data(), pixels);
+                NucKernels::sumAdd16(sums.data(), b.data(), pixels);
+                NucParallel::setMode(NucParallel::Mode::Auto);
+                QVERIFY(sums == expected);
+            }
     }
 
     // Random inputs over the whole 16-bit range for counts up to the fast

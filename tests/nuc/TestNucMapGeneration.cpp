@@ -1,8 +1,10 @@
 #include "NUShadingParams.h"
+#include "NucImageInput.h"
 #include "NucKernels.h"
 #include "NucMapFile.h"
 #include "NucMapGeneration.h"
 #include "NucMapPacking.h"
+#include "NucMapPipeline.h"
 #include "NucSeriesSum.h"
 
 #include <QRandomGenerator>
@@ -270,12 +272,10 @@ private slots:
                 QVERIFY(words == expectedWords);
                 QCOMPARE(sum32, expectedSum32);
 
-                std::vector<float> packedGains(n);
                 std::vector<u16> fusedWords(n);
                 const u32 fusedSum32 =
-                    set.gainPack(packedGains.data(), fusedWords.data(), mean.data(), offsets.data(),
-                                 n, target, 4.0f, 1024, 64, depth == 16);
-                QVERIFY(sameBits(packedGains.data(), expectedGains.data(), n));
+                    set.gainPackOnly(fusedWords.data(), mean.data(), offsets.data(), n, target,
+                                     4.0f, 1024, 64, depth == 16);
                 u32 expectedFused = 0;
                 for (size i = 0; i < n; ++i) {
                     const u16 w = u16(NucMapPacking::gainCode(expectedGains[i], 1024) |
@@ -324,21 +324,18 @@ private slots:
         QTest::newRow("8-bit odd size, dead pixels") << 36 << 19 << false << true;
     }
 
-    // generate and generateBinFile against the step-by-step calls: maps, bright
-    // mean and file bytes.
+    // generate against the step-by-step calls: maps and bright mean.
     void generationMatchesSteps()
     {
         QFETCH(int, w);
         QFETCH(int, h);
         QFETCH(bool, sixteenBit);
         QFETCH(bool, awkward);
-        const int depth = sixteenBit ? 16 : 8;
         for (const float gain : {1.1f, 1.7f}) {
             const quint16 offset = sixteenBit ? 16 : 3;
-            Series steps, fast, fastFile;
+            Series steps, fast;
             fill(steps, w, h, sixteenBit, 5, awkward);
             fill(fast, w, h, sixteenBit, 5, awkward);
-            fill(fastFile, w, h, sixteenBit, 5, awkward);
             bool stepResult = false;
             stepwise(steps, gain, offset, sixteenBit, &stepResult);
             QVERIFY(stepResult);
@@ -347,15 +344,6 @@ private slots:
             QVERIFY(sameBits(fast.dark.map.get(), steps.dark.map.get(), n));
             QVERIFY(sameBits(fast.bright.map.get(), steps.bright.map.get(), n));
             QVERIFY(sameBits(fast.bright.meanBuffer.get(), steps.bright.meanBuffer.get(), n));
-
-            QByteArray file;
-            QVERIFY(NucMapGeneration::generateBinFile(fastFile.dark, fastFile.bright, gain, offset,
-                                                      sixteenBit, depth, 77, &file));
-            QCOMPARE(file, NucMapFile::binFile(
-                               77, steps.bright.width, steps.bright.height,
-                               NucMapPacking::packedMap(steps.dark, steps.bright, depth, false)));
-            QCOMPARE(NucMapFile::wordSum(file), 0u);
-            QVERIFY(sameBits(fastFile.bright.map.get(), steps.bright.map.get(), n));
 
             // A second generation subtracts the dark map again, as the steps do.
             stepwise(steps, gain, offset, sixteenBit, &stepResult);
@@ -412,25 +400,14 @@ private slots:
             }
 
             // The sums are used up by a map.
-            for (bool userMap : {false, true}) {
-                NucSeriesSum dark, bright;
-                for (int k = 0; k < steps.darkImages.size(); ++k)
-                    QVERIFY(dark.add(steps.darkImages[k]) && bright.add(steps.brightImages[k]));
-                QByteArray file;
-                QVector<quint16> words;
-                if (userMap) {
-                    QVERIFY(
-                        NucMapGeneration::packedMapFromSums(dark, bright, gain, offset, &words));
-                    QCOMPARE(words, expectedWords);
-                } else {
-                    QVERIFY(
-                        NucMapGeneration::binFileFromSums(dark, bright, gain, offset, 77, &file));
-                    QCOMPARE(file, NucMapFile::binFile(77, steps.bright.width, steps.bright.height,
-                                                       expectedWords));
-                }
-                QCOMPARE(dark.count() + bright.count(), 0u);
-                QVERIFY(!dark.data() && !bright.data());
-            }
+            NucSeriesSum dark, bright;
+            for (int k = 0; k < steps.darkImages.size(); ++k)
+                QVERIFY(dark.add(steps.darkImages[k]) && bright.add(steps.brightImages[k]));
+            QVector<quint16> words(expectedWords.size());
+            QVERIFY(NucMapGeneration::packFromSums(dark, bright, gain, offset, words.data()));
+            QCOMPARE(words, expectedWords);
+            QCOMPARE(dark.count() + bright.count(), 0u);
+            QVERIFY(!dark.data() && !bright.data());
         }
     }
 
@@ -485,6 +462,49 @@ private slots:
         }
     }
 
+    // The one call of the panel and the command-line tool against the series'
+    // own steps: the same file whichever way the images are kept.
+    void pipelineFileMatchesSteps_data()
+    {
+        QTest::addColumn<bool>("sixteenBit");
+        QTest::addColumn<bool>("sums");
+        QTest::addColumn<bool>("userMap");
+        QTest::addColumn<bool>("swap");
+        QTest::newRow("16-bit sums, .bin") << true << true << false << false;
+        QTest::newRow("16-bit sums, .ge3, swapped") << true << true << true << true;
+        QTest::newRow("16-bit series, .bin, swapped") << true << false << false << true;
+        QTest::newRow("8-bit series, .ge3") << false << false << true << false;
+        QTest::newRow("8-bit kept as series although sums are asked for")
+            << false << true << false << false;
+    }
+
+    void pipelineFileMatchesSteps()
+    {
+        QFETCH(bool, sixteenBit);
+        QFETCH(bool, sums);
+        QFETCH(bool, userMap);
+        QFETCH(bool, swap);
+        Series steps;
+        fill(steps, 37, 23, sixteenBit, 9, true);
+        bool stepResult = false;
+        stepwise(steps, 1.3f, 16, sixteenBit, &stepResult);
+        QVERIFY(stepResult);
+        NucImageInput input;
+        input.sumsOnly = sums;
+        for (int k = 0; k < steps.darkImages.size(); ++k)
+            QVERIFY(input.addLoadedImage("dark", steps.darkImages[k], NucImageInput::Dark) &&
+                    input.addLoadedImage("bright", steps.brightImages[k], NucImageInput::Bright));
+
+        const NucMapPipeline::FileSpec spec{
+            userMap ? NucMapFile::Kind::UserMap : NucMapFile::Kind::Bin, 77, swap};
+        QByteArray file;
+        QVERIFY(NucMapPipeline::makeFile(input, 1.3f, 16, spec, &file));
+        const QVector<quint16> words =
+            NucMapPacking::packedMap(steps.dark, steps.bright, sixteenBit ? 16 : 8, swap);
+        QCOMPARE(file, userMap ? NucMapFile::userMapFile(37, 23, words)
+                               : NucMapFile::binFile(77, 37, 23, words));
+    }
+
     // A map made again keeps its memory; one that an importer replaced by a
     // smaller buffer is never written past its end but replaced.
     void mapMemoryReusedOnlyWhenLargeEnough()
@@ -513,8 +533,11 @@ private slots:
         NUShadingParams dark, bright;
         QVERIFY(!NucMapGeneration::generate(dark, bright, 1.1f, 16, true));
         QVERIFY(!dark.map);
+        NucImageInput empty;
         QByteArray file("untouched");
-        QVERIFY(!NucMapGeneration::generateBinFile(dark, bright, 1.1f, 16, true, 16, 1, &file));
+        NucImageInput::Message message;
+        QVERIFY(!NucMapPipeline::makeFile(empty, 1.1f, 16, {}, &file, &message));
+        QCOMPARE(message.text, QString("Generate map failed: missing dark image parameter!"));
         QCOMPARE(file, QByteArray("untouched"));
 
         // A bright series without images: the dark map is made, generation fails.
@@ -531,10 +554,11 @@ private slots:
         QVERIFY(!darkSum.add(s.darkImages[0].copy(0, 0, 8, 4)));
         QVERIFY(!darkSum.add(s.darkImages[0].convertToFormat(QImage::Format_Grayscale8)));
         QCOMPARE(darkSum.count(), 1u);
-        QVERIFY(!NucMapGeneration::binFileFromSums(darkSum, brightSum, 1.1f, 16, 1, &file));
+        quint16 word = 0x5555;
+        QVERIFY(!NucMapGeneration::packFromSums(darkSum, brightSum, 1.1f, 16, &word));
         QVERIFY(brightSum.add(s.brightImages[0].copy(0, 0, 8, 4)));
-        QVERIFY(!NucMapGeneration::binFileFromSums(darkSum, brightSum, 1.1f, 16, 1, &file));
-        QCOMPARE(file, QByteArray("untouched"));
+        QVERIFY(!NucMapGeneration::packFromSums(darkSum, brightSum, 1.1f, 16, &word));
+        QCOMPARE(word, quint16(0x5555));
         QCOMPARE(darkSum.count() + brightSum.count(), 2u);
     }
 };

@@ -1,7 +1,7 @@
 // Outside bytes that are damaged or hostile: each is refused with a message
 // that names the file and what is wrong, and nothing already loaded changes.
 #include "NucFloatMap.h"
-#include "PanelUnderTest.h"
+#include "OrxNUShadingCorrection.h"
 #include "ScriptedDialogs.h"
 #include "TestFiles.h"
 #include "TestImages.h"
@@ -14,6 +14,14 @@
 #include <QtTest>
 
 namespace {
+
+// The panel with its depth open, as binding a camera leaves it, but without one.
+class PanelUnderTest : public OrxNUShadingCorrection
+{
+public:
+    PanelUnderTest() { input.bitDepth = 0; }
+    using OrxNUShadingCorrection::_addSelectedFiles;
+};
 
 QByteArray le32(quint32 a, quint32 b)
 {
@@ -141,10 +149,10 @@ private slots:
         PanelUnderTest panel;
         QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
         dialogs.answer(QStringList{file("good.png")});
-        panel._addSelectedFiles(1);
+        panel._addSelectedFiles(NucImageInput::Dark);
         dialogs.calls.clear();
         dialogs.answer(QStringList{bad});
-        panel._addSelectedFiles(1);
+        panel._addSelectedFiles(NucImageInput::Dark);
 
         QCOMPARE(dialogs.calls.last().kind, ScriptedDialogs::Critical);
         QCOMPARE(dialogs.calls.last().title, QString("Load Image"));
@@ -156,7 +164,7 @@ private slots:
         QCOMPARE(list->item(0)->text(), file("good.png"));
         // The series is the good image alone: a map saved now is the one it makes.
         dialogs.answer(QStringList{file("good.png")});
-        panel._addSelectedFiles(2);
+        panel._addSelectedFiles(NucImageInput::Bright);
         QVERIFY(panel.create_shading_map());
     }
 

@@ -15,6 +15,9 @@
 #ifndef FAKE_TL_ID
 #define FAKE_TL_ID "fake"
 #endif
+#ifndef FAKE_TL_ON_REQUEST
+#define FAKE_TL_ON_REQUEST false
+#endif
 
 namespace {
 
@@ -120,9 +123,10 @@ public:
     {
         m_devices.push_back(DeviceInfo{"CAM-GEV-1", "fake-if-0", "Fake GigE 640", "Left eye",
                                        "GS-0001", HvAccessModeFull | HvAccessModeRead,
-                                       HvTransportLayerTypeGEV});
+                                       HvTransportLayerTypeGEV, "", ""});
         m_devices.push_back(DeviceInfo{"CAM-U3V-2", "fake-if-1", "Fake USB 1280", "Busy one",
-                                       "US-0002", HvAccessModeRead, HvTransportLayerTypeU3V});
+                                       "US-0002", HvAccessModeRead, HvTransportLayerTypeU3V, "",
+                                       ""});
         m_interfaces = {{"fake-if-0", "Fake network card", HvTransportLayerTypeGEV},
                         {"fake-if-1", "Fake USB controller", HvTransportLayerTypeU3V}};
         m_interfaceFeatures.ints["InterfaceSpeed"] = {1000, HvFeatureFlagsRead};
@@ -137,6 +141,7 @@ public:
     std::string Name() override { return std::string("Fake transport layer ") + FAKE_TL_ID; }
     std::string Version() override { return "0.1"; }
     HvTransportLayerType Type() override { return HvTransportLayerTypeMixed; }
+    bool StartsOnRequestOnly() override { return FAKE_TL_ON_REQUEST; }
 
     HvErrorType Start(IModuleHost& host) override
     {
@@ -184,6 +189,24 @@ public:
         device.reset(new FakeDevice);
         return HvErrorSuccess;
     }
+    // One camera answers at 10.0.0.7; it joins the list as a plugged-in one would.
+    HvErrorType AddDeviceByAddress(const std::string& address, DeviceInfo& device) override
+    {
+        if (address != "10.0.0.7")
+            return HvErrorNotFound;
+        device = DeviceInfo();
+        device.id = "CAM-ADDR-7";
+        device.interfaceId = "fake-if-0";
+        device.model = "Fake GigE 640";
+        device.name = "Far away";
+        device.serialNumber = "GS-0007";
+        device.permittedAccess = HvAccessModeFull;
+        device.type = HvTransportLayerTypeGEV;
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!Find(device.id))
+            m_devices.push_back(device);
+        return HvErrorSuccess;
+    }
     IFeatureMap* InterfaceFeatures(const std::string& interfaceId) override
     {
         return interfaceId == "fake-if-0" ? &m_interfaceFeatures : nullptr;
@@ -197,7 +220,7 @@ public:
         if (hook == "plug") {
             m_devices.push_back(DeviceInfo{id, "fake-if-0", "Fake GigE 640",
                                            std::string("Plugged ") + id, std::string("SN-") + id,
-                                           HvAccessModeFull, HvTransportLayerTypeGEV});
+                                           HvAccessModeFull, HvTransportLayerTypeGEV, "", ""});
             if (arg && m_host)
                 m_host->DeviceArrived(m_devices.back());
         } else if (hook == "unplug") {

@@ -4,6 +4,8 @@
 
 #include "SdkTestSupport.h"
 
+#include <algorithm>
+
 using namespace SdkTest;
 
 namespace {
@@ -92,6 +94,35 @@ TEST(ModuleSearchCameras, ExtendedIdsTellTransportLayersApart)
     EXPECT_EQ(0, FakeHooks::Of(std::string(FAKE_TL_DIR) + "/fake_tl.so").openDevices());
     EXPECT_EQ(1, FakeHooks::Of(std::string(FAKE_TL_DIR_B) + "/fake_tl_second.so").openDevices());
     ASSERT_EQ(HvErrorSuccess, System().Shutdown());
+}
+
+// A module whose discovery broadcasts starts only when the program asks for
+// it; the others only unless the program asks for on-request modules alone.
+TEST(ModuleSelection, StartsTheSelectedKindsOnly)
+{
+    ModulePath path(FAKE_TL_DIR_C);
+    const struct
+    {
+        HvModuleSelectionType selection;
+        std::vector<std::string> started;
+    } cases[] = {
+        {HvModuleSelectionStandard, {"fake"}},
+        {HvModuleSelectionOnRequest, {"wire"}},
+        {HvModuleSelectionAll, {"fake", "wire"}},
+    };
+    EXPECT_EQ(HvModuleSelectionType(HvModuleSelectionStandard), System().SelectedModules());
+    for (const auto& c : cases) {
+        ASSERT_EQ(HvErrorSuccess, System().SelectModules(c.selection));
+        ASSERT_EQ(HvErrorSuccess, System().Startup());
+        std::vector<std::string> ids = LoadedIds();
+        std::sort(ids.begin(), ids.end());
+        EXPECT_EQ(c.started, ids) << "selection " << c.selection;
+        System().Shutdown();
+    }
+    EXPECT_EQ(HvErrorBadParameter, System().SelectModules(0));
+    EXPECT_EQ(HvErrorBadParameter, System().SelectModules(4));
+    EXPECT_EQ(HvModuleSelectionType(HvModuleSelectionAll), System().SelectedModules());
+    System().SelectModules(HvModuleSelectionStandard);
 }
 
 TEST(HvSystemLifecycle, CallsBeforeStartupSayApiNotStarted)
@@ -214,6 +245,23 @@ TEST_F(HvSystemListing, CameraIdentity)
     HvTransportLayerType type = 0;
     ASSERT_EQ(HvErrorSuccess, camera->GetInterfaceType(type));
     EXPECT_EQ(HvTransportLayerType(HvTransportLayerTypeU3V), type);
+}
+
+TEST_F(HvSystemListing, CameraByAddressJoinsTheListAndIsAnnounced)
+{
+    auto recorder = std::make_shared<Recorder>();
+    ASSERT_EQ(HvErrorSuccess, system().RegisterCameraListObserver(recorder));
+    Hvx::CameraPtr camera;
+    EXPECT_EQ(HvErrorNotFound, system().AddCameraByAddress("10.0.0.8", camera));
+    EXPECT_EQ(HvErrorBadParameter, system().AddCameraByAddress("", camera));
+    EXPECT_EQ(nullptr, camera);
+    ASSERT_EQ(HvErrorSuccess, system().AddCameraByAddress("10.0.0.7", camera));
+    ASSERT_NE(nullptr, camera);
+    EXPECT_EQ("fake::CAM-ADDR-7", ExtendedId(camera));
+    EXPECT_EQ(camera, Camera("CAM-ADDR-7"));
+    EXPECT_EQ((Expected{{"fake::CAM-ADDR-7", Hvx::UpdateTriggerPluggedIn}}),
+              Summary(recorder->WaitFor(1)));
+    system().UnregisterCameraListObserver(recorder);
 }
 
 TEST_F(HvSystemListing, TransportLayerReportsItsModuleFile)

@@ -7,8 +7,10 @@
 #include <random>
 
 // The faults a soak cycle injects into one transfer, as the simulator's
-// "faults" object: a failing open, chunk, buffer access or close, a close
-// that hangs, commands that never complete, a camera that drops off.
+// "faults" object: a failing open, chunk, buffer access or close, a chunk or
+// close that fails only in its reported status, a chunk that moves fewer
+// bytes, a close that hangs, commands that never complete, a camera that
+// drops off.
 namespace SoakFaults {
 
 struct Fault

@@ -93,3 +93,11 @@ QString ScriptedDialogs::getExistingDirectory(QWidget*, const QString& caption,
 {
     return chooser(ExistingDirectory, caption, dir, QString()).toString();
 }
+
+QString ScriptedDialogs::getText(QWidget*, const QString& title, const QString& label,
+                                 const QString&, bool* ok)
+{
+    const QVariant answer = chooser(Text, title, label, QString());
+    *ok = answer.isValid();
+    return answer.toString();
+}

@@ -11,9 +11,10 @@
 // when destroyed.
 //
 // Answers: a QMessageBox::StandardButton (as int) for message boxes and
-// questions, a QString for single-file and folder choosers, a QStringList for
-// multi-file choosers. With the queue empty, message boxes answer their
-// default button (else Ok, or No for questions) and choosers answer "none".
+// questions, a QString for single-file and folder choosers and text entry, a
+// QStringList for multi-file choosers. With the queue empty, message boxes
+// answer their default button (else Ok, or No for questions), choosers answer
+// "none" and text entry is cancelled.
 class ScriptedDialogs : public OrxDialogs
 {
 public:
@@ -27,14 +28,15 @@ public:
         OpenFileName,
         OpenFileNames,
         SaveFileName,
-        ExistingDirectory
+        ExistingDirectory,
+        Text
     };
 
     struct Call
     {
         Kind kind;
         QString title;
-        QString text; // message text, or the chooser's start directory
+        QString text; // message text, the chooser's start directory, or the entry's label
         QString filter;
     };
 
@@ -69,10 +71,11 @@ public:
                             const QString& filter) override;
     QString getExistingDirectory(QWidget*, const QString& caption, const QString& dir,
                                  QFileDialog::Options) override;
+    QString getText(QWidget*, const QString& title, const QString& label, const QString& text,
+                    bool* ok) override;
 
 private:
     QMessageBox::StandardButton box(Kind kind, const QString& title, const QString& text,
                                     QMessageBox::StandardButton fallback);
-    QVariant chooser(Kind kind, const QString& caption, const QString& dir,
-                     const QString& filter);
+    QVariant chooser(Kind kind, const QString& caption, const QString& dir, const QString& filter);
 };

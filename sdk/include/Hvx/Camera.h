@@ -33,6 +33,9 @@ public:
     HvErrorType GetModel(char* model, unsigned int& length) const;
     HvErrorType GetName(char* name, unsigned int& length) const;
     HvErrorType GetSerialNumber(char* serial, unsigned int& length) const;
+    // Empty where the transport layer does not know them.
+    HvErrorType GetVendor(char* vendor, unsigned int& length) const;
+    HvErrorType GetFirmwareVersion(char* version, unsigned int& length) const;
     HvErrorType GetInterfaceID(char* id, unsigned int& length) const;
     HvErrorType GetInterface(InterfacePtr& interface) const;
     HvErrorType GetTransportLayer(TransportLayerPtr& transportLayer) const;

@@ -34,6 +34,13 @@ class HVX_API HvSystem
 public:
     static HvSystem& GetInstance();
 
+    // Which kinds of module the next Startup starts; HvModuleSelectionStandard
+    // until changed, so that a program that does not ask never starts a module
+    // whose discovery sends packets on the network. Modules left out are
+    // loaded only to learn their kind and unloaded again unstarted.
+    HvErrorType SelectModules(HvModuleSelectionType selection);
+    HvModuleSelectionType SelectedModules() const;
+
     HvErrorType Startup();
     HvErrorType Shutdown();
     HvErrorType QueryVersion(HvVersionInfo& version) const;
@@ -45,6 +52,11 @@ public:
     HvErrorType GetCameraByID(const char* id, CameraPtr& camera);
     // GetCameraByID followed by Camera::Open.
     HvErrorType OpenCameraByID(const char* id, HvAccessModeType accessMode, CameraPtr& camera);
+    // Asks the started transport layers, by unicast, for a camera at a network
+    // address (e.g. "192.168.5.20", a GigE Vision camera on another subnet). The
+    // camera joins the list like a plugged-in one. HvErrorNotFound when none
+    // answered, HvErrorNotSupported when no started transport layer can look.
+    HvErrorType AddCameraByAddress(const char* address, CameraPtr& camera);
 
     HvErrorType GetInterfaces(InterfacePtr* interfaces, unsigned int& count);
     HvErrorType GetInterfaceByID(const char* id, InterfacePtr& interface);

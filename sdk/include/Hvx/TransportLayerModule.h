@@ -17,7 +17,9 @@
 // SOURCES ...) builds one into the default module folder.
 //
 // Life cycle: create -> Start(host) -> any calls -> Stop() -> delete. Open
-// devices are always destroyed before Stop().
+// devices are always destroyed before Stop(). A module of a kind the program
+// did not select (StartsOnRequestOnly) is created and deleted unstarted, so
+// its constructor must not reach any device.
 //
 // Threads: the core calls a module from many threads. Calls on one IDevice
 // (its own features, its streams' features, memory, frames) are serialised
@@ -44,7 +46,7 @@
 namespace Hvx {
 namespace Tl {
 
-constexpr uint32_t kModuleInterfaceVersion = 1;
+constexpr uint32_t kModuleInterfaceVersion = 2;
 
 // One device as the module sees it.
 struct DeviceInfo
@@ -56,6 +58,8 @@ struct DeviceInfo
     std::string serialNumber;
     HvAccessModeType permittedAccess = HvAccessModeNone; // HvAccessModes bits
     HvTransportLayerType type = HvTransportLayerTypeUnknown;
+    std::string vendor;          // may be empty
+    std::string firmwareVersion; // may be empty
 };
 
 struct InterfaceInfo
@@ -184,6 +188,10 @@ public:
     virtual std::string Name() = 0;
     virtual std::string Version() = 0;
     virtual HvTransportLayerType Type() = 0;
+    // True for a module that the core starts only when the program asks for
+    // it (HvModuleSelectionOnRequest): one that reaches real cameras, whose
+    // discovery sends packets on the machine's networks.
+    virtual bool StartsOnRequestOnly() { return false; }
 
     // The host stays valid until Stop() returns. A failing Start makes the
     // core skip the module.
@@ -201,6 +209,14 @@ public:
     // mode is not permitted (e.g. another application holds the device).
     virtual HvErrorType OpenDevice(const std::string& deviceId, HvAccessModeType accessMode,
                                    std::unique_ptr<IDevice>& device) = 0;
+    // Looks by unicast for a device at a network address (a camera on another
+    // subnet, which discovery does not reach). On success the device joins the
+    // module's list and `device` describes it; HvErrorNotFound when nothing
+    // answered there, HvErrorNotSupported for a module that cannot look.
+    virtual HvErrorType AddDeviceByAddress(const std::string& /*address*/, DeviceInfo& /*device*/)
+    {
+        return HvErrorNotSupported;
+    }
     // Features of an interface, owned by the module; null if it has none.
     virtual IFeatureMap* InterfaceFeatures(const std::string& interfaceId) = 0;
 };

@@ -112,38 +112,53 @@ FileAccessEngine::FileAccessEngine(SimFeatureSet& features, DeviceFileStore& sto
     execute.onExecute = [this](SimFeature&) { return this->execute(); };
     m_features.add(execute);
 
-    m_offset = &m_features.add(
-        intFeature("FileAccessOffset", Access::ReadWrite, 0, 0, int64_t(kMaxFileSize)));
-    // 0 is a valid length: a host that sizes its chunks by the file asks for
-    // 0 bytes of an empty file.
-    m_length = &m_features.add(
-        intFeature("FileAccessLength",
-                   m_config.fileAccessLengthWritable ? Access::ReadWrite : Access::ReadOnly,
-                   int64_t(kBufferSize), 0, int64_t(kBufferSize)));
+    // The selected operation's values are kept aside and show through the
+    // features; a write goes to the entry and operation selected then.
+    auto selected = [this](int64_t OperationState::*field, Access access, int64_t min, int64_t max,
+                           const char* name) {
+        SimFeature f = intFeature(name, access, 0, min, max);
+        f.onRead = [this, field](SimFeature& self) { self.intValue = selectedOperation().*field; };
+        f.onWrite = [this, field](SimFeature&, const FeatureValue& v) {
+            selectedOperation().*field = v.i;
+            return Ok;
+        };
+        return f;
+    };
+    m_features.add(selected(&OperationState::offset, Access::ReadWrite, 0, int64_t(kMaxFileSize),
+                            "FileAccessOffset"));
+    m_features.add(
+        selected(&OperationState::length,
+                 m_config.fileAccessLengthWritable ? Access::ReadWrite : Access::ReadOnly, 1,
+                 m_config.fileAccessMaxLength, "FileAccessLength"));
 
     SimFeature buffer;
     buffer.name = "FileAccessBuffer";
     buffer.type = FeatureType::Register;
-    buffer.bytes.assign(kBufferSize, 0);
+    buffer.bytes.assign(size_t(m_config.fileAccessMaxLength), 0);
     buffer.onWrite = [this](SimFeature&, const FeatureValue& v) {
         m_lastBufferWrite = size_t(v.i);
         return Ok;
     };
     m_buffer = &m_features.add(buffer);
+    m_lastBufferWrite = buffer.bytes.size();
 
     SimFeature size = intFeature("FileSize", Access::ReadOnly, 0, 0, INT64_MAX);
     size.onRead = [this](SimFeature& f) { f.intValue = sizeOfSelected(); };
     m_features.add(size);
 
-    SimFeature status;
-    status.name = "FileOperationStatus";
-    status.type = FeatureType::Enumeration;
-    status.access = Access::ReadOnly;
-    status.entries = {EnumEntry{"Success", 0, {}}, EnumEntry{"Failure", 1, {}}};
-    m_status = &m_features.add(status);
+    if (m_config.hasFileOperationStatus) {
+        SimFeature status;
+        status.name = "FileOperationStatus";
+        status.type = FeatureType::Enumeration;
+        status.access = Access::ReadOnly;
+        status.entries = {EnumEntry{"Success", 0, {}}, EnumEntry{"Failure", 1, {}}};
+        status.onRead = [this](SimFeature& f) { f.intValue = selectedOperation().failed ? 1 : 0; };
+        m_features.add(status);
+    }
 
-    m_result =
-        &m_features.add(intFeature("FileOperationResult", Access::ReadOnly, 0, 0, INT64_MAX));
+    SimFeature result = intFeature("FileOperationResult", Access::ReadOnly, 0, 0, INT64_MAX);
+    result.onRead = [this](SimFeature& f) { f.intValue = selectedOperation().result; };
+    m_features.add(result);
 
     bool chunkIds = std::any_of(m_config.files.begin(), m_config.files.end(),
                                 [](const FileEntryConfig& e) { return e.chunkId != 0; });
@@ -161,6 +176,14 @@ const FileEntryConfig* FileAccessEngine::selectedEntry() const
 {
     int64_t i = m_selector->intValue;
     return i >= 0 && size_t(i) < m_config.files.size() ? &m_config.files[size_t(i)] : nullptr;
+}
+
+FileAccessEngine::OperationState& FileAccessEngine::selectedOperation()
+{
+    auto [it, added] = m_operations.try_emplace({m_selector->intValue, m_operation->intValue});
+    if (added)
+        it->second.length = m_config.fileAccessMaxLength;
+    return it->second;
 }
 
 bool FileAccessEngine::keyFor(const FileEntryConfig& e, const std::string& fileName,
@@ -243,8 +266,9 @@ int64_t FileAccessEngine::sizeOfSelected() const
 
 Status FileAccessEngine::finish(Status s, int64_t result)
 {
-    m_status->intValue = s == Ok ? 0 : 1;
-    m_result->intValue = s == Ok ? result : 0;
+    OperationState& op = selectedOperation();
+    op.failed = s != Ok;
+    op.result = s == Ok ? result : 0;
     return s;
 }
 
@@ -266,6 +290,10 @@ Status FileAccessEngine::execute()
     if (needsSession != (s != nullptr))
         return finish(InvalidCall, 0);
 
+    // A camera that streams keeps its files shut.
+    if (!m_config.fileAccessWhileAcquiring && m_hooks.acquiring && m_hooks.acquiring())
+        return finish(InvalidAccess, 0);
+
     int occurrence = 0;
     if (op == OpRead)
         occurrence = ++s->reads;
@@ -273,18 +301,20 @@ Status FileAccessEngine::execute()
         occurrence = ++s->writes;
     else
         occurrence = ++m_calls[kOperations[op]];
-    if (m_hooks.fault) {
-        Status f = m_hooks.fault(kOperations[op], occurrence);
+    const std::optional<FailOperation> fault =
+        m_hooks.fault ? m_hooks.fault(kOperations[op], occurrence) : std::nullopt;
+    const bool chunk = op == OpRead || op == OpWrite;
+    if (fault && !(chunk && fault->bytes >= 0)) {
         // A hung operation does nothing: the file stays as it was, open or
         // closed, and the stored file too.
-        if (f == Pending)
+        if (fault->hang)
             return Pending;
-        if (f != Ok) {
-            if (op == OpClose)
-                m_sessions.erase(it); // a failed close still ends the session
-            return finish(f, 0);
-        }
+        if (op == OpClose)
+            m_sessions.erase(it); // a failed close still ends the session
+        const Status failed = finish(Status(fault->code), 0);
+        return fault->statusOnly ? Ok : failed;
     }
+    const int64_t cap = fault ? fault->bytes : -1;
 
     switch (op) {
     case OpOpen:
@@ -292,9 +322,9 @@ Status FileAccessEngine::execute()
     case OpClose:
         return doClose(*e);
     case OpRead:
-        return doRead(*s);
+        return doRead(*s, cap);
     case OpWrite:
-        return doWrite(*s);
+        return doWrite(*s, cap);
     default:
         return doDelete(*e);
     }
@@ -322,6 +352,10 @@ Status FileAccessEngine::doClose(const FileEntryConfig& e)
     m_sessions.erase(e.selector);
     if (s.mode == Mode::Read || !s.written)
         return finish(Ok, 0);
+    // Both map layouts give their size at byte 4; a padding camera stores
+    // no more of a map than that.
+    if (m_config.fileAccessPadding && e.kind != FileKind::Plain && s.data.size() >= 8)
+        s.data.resize(std::min<size_t>(s.data.size(), MapFileFormat::readU32(s.data, 4)));
     bool acceptable = true;
     if (e.kind == FileKind::ShadingMap)
         acceptable = MapFileFormat::checkShadingMap(s.data, m_config.width, m_config.height);
@@ -334,40 +368,54 @@ Status FileAccessEngine::doClose(const FileEntryConfig& e)
     return finish(Ok, 0);
 }
 
-Status FileAccessEngine::doRead(Session& s)
+Status FileAccessEngine::doRead(Session& s, int64_t cap)
 {
     if (m_hooks.beforeChunk) {
         Status f = m_hooks.beforeChunk();
         if (f != Ok)
             return finish(f, 0);
     }
-    const uint64_t offset = uint64_t(m_offset->intValue);
+    const OperationState& op = selectedOperation();
+    const uint64_t offset = uint64_t(op.offset);
     if (offset > s.data.size())
         return finish(InvalidValue, 0);
-    const size_t n = std::min<uint64_t>(uint64_t(m_length->intValue), s.data.size() - offset);
+    size_t n = std::min<uint64_t>(uint64_t(op.length), s.data.size() - offset);
+    if (cap >= 0)
+        n = std::min(n, size_t(cap));
     std::fill(m_buffer->bytes.begin(), m_buffer->bytes.end(), 0);
     std::memcpy(m_buffer->bytes.data(), s.data.data() + offset, n);
     return finish(Ok, int64_t(n));
 }
 
-Status FileAccessEngine::doWrite(Session& s)
+Status FileAccessEngine::doWrite(Session& s, int64_t cap)
 {
     if (m_hooks.beforeChunk) {
         Status f = m_hooks.beforeChunk();
         if (f != Ok)
             return finish(f, 0);
     }
-    const uint64_t offset = uint64_t(m_offset->intValue);
-    size_t n = size_t(m_length->intValue);
+    const OperationState& op = selectedOperation();
+    const uint64_t offset = uint64_t(op.offset);
+    size_t n = size_t(op.length);
+    size_t given = n; // bytes that come from the host's buffer write
     // A camera whose length the host cannot set takes as many bytes as the
-    // host last put into the buffer.
-    if (!m_config.fileAccessLengthWritable)
-        n = std::min(n, m_lastBufferWrite);
+    // host last put into the buffer, or pads them to its fixed length.
+    if (!m_config.fileAccessLengthWritable) {
+        given = std::min(n, m_lastBufferWrite);
+        if (!m_config.fileAccessPadding)
+            n = given;
+    }
+    if (cap >= 0) {
+        n = std::min(n, size_t(cap));
+        given = std::min(given, n);
+    }
     if (offset + n > kMaxFileSize)
         return finish(InvalidValue, 0);
     if (s.data.size() < offset + n)
         s.data.resize(offset + n, 0);
-    std::memcpy(s.data.data() + offset, m_buffer->bytes.data(), n);
+    std::memcpy(s.data.data() + offset, m_buffer->bytes.data(), given);
+    std::fill(s.data.begin() + std::ptrdiff_t(offset + given),
+              s.data.begin() + std::ptrdiff_t(offset + n), 0);
     s.written = true;
     return finish(Ok, int64_t(n));
 }

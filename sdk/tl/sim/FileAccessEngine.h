@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 
 namespace hvsim {
 
@@ -17,17 +18,23 @@ namespace hvsim {
 // Writes collect in a pending image that replaces the stored file only when
 // the file is closed and its content is acceptable for the entry; a refused
 // close leaves the stored file as it was.
+//
+// Offset, length, status and result are selected by FileSelector and
+// FileOperationSelector, as the GenICam naming convention has them: a host
+// that sets the offset while "Open" is selected has not set the offset of
+// its next "Write".
 class FileAccessEngine
 {
 public:
-    static constexpr size_t kBufferSize = 65536;
     static constexpr size_t kMaxFileSize = 64u << 20;
 
     struct Hooks
     {
-        // Injected failure for the n-th (1-based) call of an operation, Pending
-        // for one that hangs, or Ok.
-        std::function<Status(const std::string& operation, int occurrence)> fault;
+        // Injected failure for the n-th (1-based) call of an operation.
+        std::function<std::optional<FailOperation>(const std::string& operation, int occurrence)>
+            fault;
+        // True while the camera acquires images.
+        std::function<bool()> acquiring;
         // Called before each Read or Write chunk; a result other than Ok
         // fails it (a camera that drops off the bus mid-transfer).
         std::function<Status()> beforeChunk;
@@ -46,6 +53,7 @@ public:
 
     // Drops every open session (camera closed or gone); nothing is committed.
     void abandonAll();
+    bool hasOpenFile() const { return !m_sessions.empty(); }
 
     enum class Mode
     {
@@ -65,7 +73,18 @@ private:
         int writes = 0;
     };
 
+    // What FileAccessOffset, FileAccessLength, FileOperationStatus and
+    // FileOperationResult hold for one selector entry and operation.
+    struct OperationState
+    {
+        int64_t offset = 0;
+        int64_t length = 0;
+        bool failed = false;
+        int64_t result = 0;
+    };
+
     const FileEntryConfig* selectedEntry() const;
+    OperationState& selectedOperation();
     bool keyFor(const FileEntryConfig& e, const std::string& fileName, std::string& key) const;
     std::vector<uint8_t> factoryContent(const FileEntryConfig& e) const;
     bool contentOf(const FileEntryConfig& e, const std::string& key,
@@ -73,8 +92,9 @@ private:
     Status execute();
     Status doOpen(const FileEntryConfig& e);
     Status doClose(const FileEntryConfig& e);
-    Status doRead(Session& s);
-    Status doWrite(Session& s);
+    // `cap` >= 0 limits the bytes moved (an injected short transfer).
+    Status doRead(Session& s, int64_t cap);
+    Status doWrite(Session& s, int64_t cap);
     Status doDelete(const FileEntryConfig& e);
     Status finish(Status s, int64_t result);
     int64_t sizeOfSelected() const;
@@ -85,17 +105,14 @@ private:
     Hooks m_hooks;
     std::map<std::string, Session> m_sessions; // by selector entry
     std::map<std::string, int> m_calls;        // Open/Close/Delete calls so far
-    size_t m_lastBufferWrite = kBufferSize;
+    std::map<std::pair<int64_t, int64_t>, OperationState> m_operations; // by selector, operation
+    size_t m_lastBufferWrite = 0;
 
     SimFeature* m_selector = nullptr;
     SimFeature* m_filename = nullptr;
     SimFeature* m_openMode = nullptr;
     SimFeature* m_operation = nullptr;
-    SimFeature* m_offset = nullptr;
-    SimFeature* m_length = nullptr;
     SimFeature* m_buffer = nullptr;
-    SimFeature* m_status = nullptr;
-    SimFeature* m_result = nullptr;
 };
 
 } // namespace hvsim

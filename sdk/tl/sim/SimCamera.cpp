@@ -98,6 +98,13 @@ bool isSetting(const SimFeature& f)
 const char* const kUserSetFeatures[] = {"ExposureTime", "Gain", "Shading_Control",
                                         "Shading_MapSelect"};
 
+// What "TLParamsLocked" holds still while it is set: everything that shapes
+// the images or their packets.
+const char* const kTLParameters[] = {
+    "Width",         "Height",  "PixelFormat",       "AcquisitionMode",
+    "OffsetX",       "OffsetY", "BinningHorizontal", "BinningVertical",
+    "GVSPPacketSize"};
+
 } // namespace
 
 SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
@@ -114,6 +121,7 @@ SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
     if (!m_config.files.empty()) {
         FileAccessEngine::Hooks hooks;
         hooks.fault = [this](const std::string& op, int n) { return operationFault(op, n); };
+        hooks.acquiring = [this]() { return m_acquiring; };
         hooks.beforeChunk = [this]() { return beforeChunk(); };
         hooks.selectedUserMap = [this]() { return int(m_nucSelection) - 5; };
         m_fileAccess = std::make_unique<FileAccessEngine>(*m_features, m_store, m_config, hooks);
@@ -122,12 +130,30 @@ SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
     // Last, so that a configured feature replaces a built-in one.
     for (const auto& extra : m_config.extraFeatures)
         m_features->add(extra);
+    lockTLParameters(*m_features);
+    for (auto& stream : m_streams)
+        lockTLParameters(*stream);
     applyLatencies();
     loadSettings();
     m_features->setWriteListener([this](const SimFeature& f) {
         if (isSetting(f))
             saveSettings();
     });
+}
+
+void SimCamera::lockTLParameters(SimFeatureSet& set)
+{
+    const SimFeature* locked = m_features->find("TLParamsLocked");
+    for (const char* name : kTLParameters) {
+        SimFeature* f = set.find(name);
+        if (!f || !isWritable(f->access))
+            continue;
+        const Access unlocked = f->access;
+        const Access whileLocked = isReadable(unlocked) ? Access::ReadOnly : Access::None;
+        f->dynamicAccess = [locked, unlocked, whileLocked] {
+            return locked->intValue != 0 ? whileLocked : unlocked;
+        };
+    }
 }
 
 SimCamera::~SimCamera() = default;
@@ -149,7 +175,11 @@ void SimCamera::buildDeviceFeatures()
     fs.add(intFeature("Width", m_config.width, m_config.width, m_config.width, Access::ReadOnly));
     fs.add(
         intFeature("Height", m_config.height, m_config.height, m_config.height, Access::ReadOnly));
-    fs.add(enumFeature("PixelFormat", {EnumEntry{m_config.pixelFormat, 0, {}}}));
+    // Entry values are the pixel format codes cameras use on the wire.
+    const int64_t format = m_config.pixelFormat == "Mono16"   ? 0x01100007
+                           : m_config.pixelFormat == "Mono12" ? 0x01100005
+                                                              : 0x01080001;
+    fs.add(enumFeature("PixelFormat", {EnumEntry{m_config.pixelFormat, format, {}}}, format));
     // About half of full scale with the default scene.
     fs.add(floatFeature("ExposureTime", 10000.0, 10.0, 1000000.0));
     fs.add(floatFeature("Gain", 0.0, 0.0, 24.0));
@@ -170,11 +200,15 @@ void SimCamera::buildDeviceFeatures()
     fs.add(enumFeature("AcquisitionMode",
                        {EnumEntry{"Continuous", 0, {}}, EnumEntry{"SingleFrame", 1, {}}}));
     fs.add(commandFeature("AcquisitionStart", [this](SimFeature&) {
+        // A device file being written or read holds the camera still.
+        if (m_fileAccess && m_fileAccess->hasOpenFile())
+            return InvalidAccess;
+        m_acquiring = true;
         m_features->find("TLParamsLocked")->intValue = 1;
         return Ok;
     }));
     fs.add(commandFeature("AcquisitionStop", [this](SimFeature&) {
-        m_features->find("TLParamsLocked")->intValue = 0;
+        stopAcquisition();
         return Ok;
     }));
 
@@ -275,7 +309,10 @@ void SimCamera::buildStreams()
             s->add(intFeature("GVSPPacketSize", sc.packetSize, 576, 16000));
             SimFeatureSet* raw = s.get();
             int64_t adjusted = sc.adjustedPacketSize;
-            s->add(commandFeature("GVSPAdjustPacketSize", [raw, adjusted](SimFeature&) {
+            const SimFeature* locked = m_features->find("TLParamsLocked");
+            s->add(commandFeature("GVSPAdjustPacketSize", [raw, adjusted, locked](SimFeature&) {
+                if (locked->intValue != 0)
+                    return InvalidAccess;
                 raw->find("GVSPPacketSize")->intValue = adjusted;
                 return Ok;
             }));
@@ -313,12 +350,13 @@ Status SimCamera::intercept(const std::string& feature, const std::string& op) c
     return Ok;
 }
 
-Status SimCamera::operationFault(const std::string& operation, int occurrence) const
+std::optional<FailOperation> SimCamera::operationFault(const std::string& operation,
+                                                       int occurrence) const
 {
     for (const auto& f : m_config.faults.failOperations)
         if (f.operation == operation && (f.occurrence == 0 || f.occurrence == occurrence))
-            return f.hang ? Pending : Status(f.code);
-    return Ok;
+            return f;
+    return std::nullopt;
 }
 
 Status SimCamera::beforeChunk()
@@ -367,7 +405,16 @@ Status SimCamera::close()
     // A file left open by the host is dropped, never half-committed.
     if (m_fileAccess)
         m_fileAccess->abandonAll();
+    stopAcquisition();
     return Ok;
+}
+
+void SimCamera::stopAcquisition()
+{
+    if (!m_acquiring)
+        return;
+    m_acquiring = false;
+    m_features->find("TLParamsLocked")->intValue = 0;
 }
 
 void SimCamera::disconnect(bool notify)

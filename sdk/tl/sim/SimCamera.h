@@ -77,7 +77,11 @@ private:
     void buildStreams();
     void applyLatencies();
     Status intercept(const std::string& feature, const std::string& op) const;
-    Status operationFault(const std::string& operation, int occurrence) const;
+    std::optional<FailOperation> operationFault(const std::string& operation, int occurrence) const;
+    // Makes the image and packet parameters of a set read-only while
+    // "TLParamsLocked" is set.
+    void lockTLParameters(SimFeatureSet& set);
+    void stopAcquisition();
     Status beforeChunk();
     void loadMapArea();
     uint32_t registerValue(uint64_t address);
@@ -102,6 +106,7 @@ private:
     std::vector<uint8_t> m_mapArea;
     std::atomic<bool> m_open{false};
     std::atomic<bool> m_connected{true};
+    bool m_acquiring = false;
     int m_chunks = 0;
     int64_t m_nucSelection = 0;
     uint64_t m_frameCounter = 0;

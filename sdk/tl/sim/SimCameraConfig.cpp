@@ -44,6 +44,25 @@ FileEntryConfig fileEntry(const json& j)
     return e;
 }
 
+WireFault wireFault(const json& j)
+{
+    WireFault w;
+    w.kind = j.at("fault").get<std::string>();
+    if (w.kind != "dropAck" && w.kind != "busy" && w.kind != "silent")
+        throw std::runtime_error("wire fault \"" + w.kind + "\" must be dropAck, busy or silent");
+    w.command = j.value("command", std::string("any"));
+    static const std::set<std::string> commands{"READREG", "WRITEREG", "READMEM", "WRITEMEM",
+                                                "any"};
+    if (!commands.count(w.command))
+        throw std::runtime_error("wire fault command \"" + w.command + "\" unknown");
+    w.feature = j.value("feature", std::string());
+    w.occurrence = j.value("nth", 1);
+    w.count = j.value("count", 1);
+    if (w.occurrence < 1 || w.count < 0)
+        throw std::runtime_error("wire fault nth must be 1 or more, count 0 or more");
+    return w;
+}
+
 FaultConfig faults(const json& j)
 {
     FaultConfig f;
@@ -57,6 +76,8 @@ FaultConfig faults(const json& j)
             op.occurrence = o.value("chunk", 0);
             op.code = o.value("code", -13);
             op.hang = o.value("hang", false);
+            op.statusOnly = o.value("statusOnly", false);
+            op.bytes = o.value("bytes", int64_t(-1));
             f.failOperations.push_back(op);
         }
     if (j.contains("failFeatures"))
@@ -69,6 +90,9 @@ FaultConfig faults(const json& j)
         }
     f.disconnectAfterChunks = j.value("disconnectAfterChunks", -1);
     f.failGetInterfaceType = j.value("failGetInterfaceType", false);
+    if (j.contains("wire"))
+        for (const auto& o : j.at("wire"))
+            f.wire.push_back(wireFault(o));
     return f;
 }
 
@@ -159,7 +183,13 @@ CameraConfig camera(const json& j)
         throw std::runtime_error("pixel format of " + c.id + " not supported");
     c.heldByOtherApplication = j.value("heldByOtherApplication", false);
     c.hasFilename = j.value("hasFilename", true);
+    c.fileAccessMaxLength = j.value("fileAccessMaxLength", c.fileAccessMaxLength);
+    if (c.fileAccessMaxLength < 1 || c.fileAccessMaxLength > 65536)
+        throw std::runtime_error("fileAccessMaxLength of " + c.id + " must be 1 to 65536");
     c.fileAccessLengthWritable = j.value("fileAccessLengthWritable", true);
+    c.fileAccessPadding = j.value("fileAccessPadding", false);
+    c.hasFileOperationStatus = j.value("fileOperationStatus", true);
+    c.fileAccessWhileAcquiring = j.value("fileAccessWhileAcquiring", false);
     if (j.contains("files"))
         for (const auto& f : j.at("files"))
             c.files.push_back(fileEntry(f));

@@ -39,6 +39,11 @@ struct FailOperation
     int occurrence = 0;    // 1-based chunk (Read/Write since the file was opened) or call; 0: every
     int code = -13;
     bool hang = false; // taken on but never completed and never carried out, instead of failing
+    // The execute succeeds and the failure shows only in "FileOperationStatus".
+    bool statusOnly = false;
+    // >= 0: a Read or Write that moves only this many bytes and reports
+    // success with that count, instead of failing.
+    int64_t bytes = -1;
 };
 
 struct FailFeature
@@ -48,6 +53,19 @@ struct FailFeature
     int code = -13;
 };
 
+// A fault of the camera served as a GigE Vision device (orvex-sim-gev), on
+// the wire: it applies to the `occurrence`-th command (1-based, counted since
+// the device started) that matches `command` and `feature`, and to the
+// `count` - 1 matching ones after it (0: every one from then on).
+struct WireFault
+{
+    std::string kind;    // "dropAck", "busy" or "silent"
+    std::string command; // "READREG", "WRITEREG", "READMEM", "WRITEMEM" or "any"
+    std::string feature; // the feature whose register the command addresses; empty: any
+    int occurrence = 1;
+    int count = 1;
+};
+
 struct FaultConfig
 {
     std::map<std::string, int64_t> commandLatencyMs; // command name -> ms; < 0 never completes
@@ -55,6 +73,7 @@ struct FaultConfig
     std::vector<FailFeature> failFeatures;
     int disconnectAfterChunks = -1; // Read/Write chunks before the camera goes away
     bool failGetInterfaceType = false;
+    std::vector<WireFault> wire;
 };
 
 struct CameraConfig
@@ -73,7 +92,17 @@ struct CameraConfig
     std::string pixelFormat = "Mono8"; // "Mono8", "Mono12", "Mono16"
     bool heldByOtherApplication = false;
     bool hasFilename = true;
+    // "FileAccessLength" runs from 1 to this; "FileAccessBuffer" holds as many bytes.
+    int64_t fileAccessMaxLength = 65536;
+    // Read-only: the length stays at its maximum.
     bool fileAccessLengthWritable = true;
+    // With a read-only length: every Write takes the whole length, zeros
+    // after what the host put into the buffer (a map entry keeps the size
+    // its header gives). Without: as many bytes as the host put in.
+    bool fileAccessPadding = false;
+    bool hasFileOperationStatus = true;
+    // Else every File Access operation is refused while the camera acquires.
+    bool fileAccessWhileAcquiring = false;
     std::vector<FileEntryConfig> files;
     int nucUserMaps = 0;         // "NucControl" user map entries and "nucControl"
     bool shadingControl = false; // "Shading_Control", "Shading_MapSelect" and their registers

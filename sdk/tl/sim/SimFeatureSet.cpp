@@ -412,21 +412,28 @@ Status SimFeatureSet::getRegister(const std::string& name, std::vector<uint8_t>&
 
 Status SimFeatureSet::setRegister(const std::string& name, const uint8_t* data, size_t length)
 {
+    return setRegisterRange(name, 0, data, length);
+}
+
+Status SimFeatureSet::setRegisterRange(const std::string& name, size_t offset, const uint8_t* data,
+                                       size_t length)
+{
     std::lock_guard<std::recursive_mutex> lock(*m_lock);
     SimFeature* f = nullptr;
     Status s = prepare(name, "set", FeatureType::Register, true, f);
     if (s == Ok) {
         if (!data && length > 0) {
             s = BadParameter;
-        } else if (length > f->bytes.size()) {
+        } else if (offset > f->bytes.size() || length > f->bytes.size() - offset) {
             s = BadParameter;
         } else {
-            // A shorter write replaces the leading bytes, as on a device
-            // register; the rest keeps its content.
+            // A shorter write replaces the bytes it covers, as on a device
+            // register; the rest keeps its content. The hook sees how far the
+            // host has filled the register.
             FeatureValue v;
-            v.i = int64_t(length);
+            v.i = int64_t(offset + length);
             v.bytes = f->bytes;
-            std::copy(data, data + length, v.bytes.begin());
+            std::copy(data, data + length, v.bytes.begin() + ptrdiff_t(offset));
             s = writeValue(*f, v);
         }
     }

@@ -73,6 +73,10 @@ public:
     Status registerLength(const std::string& name, size_t& length);
     Status getRegister(const std::string& name, std::vector<uint8_t>& bytes);
     Status setRegister(const std::string& name, const uint8_t* data, size_t length);
+    // Writes `length` bytes at `offset` inside the register (a memory write
+    // into part of it, as a GigE Vision host sends a large register).
+    Status setRegisterRange(const std::string& name, size_t offset, const uint8_t* data,
+                            size_t length);
 
 private:
     Status prepare(const std::string& name, const std::string& op, FeatureType type, bool write,

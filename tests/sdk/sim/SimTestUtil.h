@@ -157,11 +157,12 @@ private:
     Hvx::FeatureContainer& m_c;
 };
 
-// The program's upload sequence: selector, name, open, one length write
-// (and one for a short last chunk), chunks of 65536 bytes, close.
+// The program's upload sequence: selector, name, open, then with "Write"
+// selected one length write (and one for a short last chunk), chunks of
+// 65536 bytes, close.
 inline bool upload(Features fs, const Bytes& data, const char* selector, const char* name = nullptr)
 {
-    if (fs.openFile(selector, "Write", name))
+    if (fs.openFile(selector, "Write", name) || fs.setEnum("FileOperationSelector", "Write"))
         return false;
     const int64_t chunk = std::min<int64_t>(int64_t(data.size()), 65536);
     const bool lengthWritable = fs.writable("FileAccessLength");
@@ -171,7 +172,7 @@ inline bool upload(Features fs, const Bytes& data, const char* selector, const c
         ok = !fs.setInt("FileAccessOffset", offset) &&
              !(length < chunk && lengthWritable && fs.setInt("FileAccessLength", length)) &&
              !fs.setRegister("FileAccessBuffer", data.data() + offset, unsigned(length)) &&
-             !fs.operation("Write");
+             !fs.command("FileOperationExecute");
         offset += length;
     }
     return !fs.operation("Close") && ok;
@@ -185,13 +186,15 @@ inline bool download(Features fs, Bytes& out, const char* selector, const char* 
     const int64_t size = fs.getInt("FileSize");
     const int64_t chunk = std::min<int64_t>(size, 65536);
     const bool lengthWritable = fs.writable("FileAccessLength");
-    bool ok = size >= 0 && (!lengthWritable || !fs.setInt("FileAccessLength", chunk));
+    bool ok = size == 0 || (size > 0 && !fs.setEnum("FileOperationSelector", "Read") &&
+                            (!lengthWritable || !fs.setInt("FileAccessLength", chunk)));
     Bytes buffer(65536);
     for (int64_t offset = 0; ok && offset < size;) {
         int64_t length = std::min(chunk, size - offset);
         ok = !fs.setInt("FileAccessOffset", offset) &&
              !(length != chunk && lengthWritable && fs.setInt("FileAccessLength", length)) &&
-             !fs.operation("Read") && !fs.with("FileAccessBuffer", [&](Hvx::Feature& f) {
+             !fs.command("FileOperationExecute") &&
+             !fs.with("FileAccessBuffer", [&](Hvx::Feature& f) {
                  return f.GetRegister(buffer.data(), unsigned(length));
              });
         if (ok)

@@ -159,14 +159,22 @@ TEST_F(FileAccess, OpenModesAndOperationsFollowTheEntryAndTheFileState)
     EXPECT_EQ(fs.setEnum("FileOperationSelector", "Write"), HvErrorInvalidValue);
     ASSERT_EQ(fs.openFile("ShadingMap2", "Read"), HvErrorSuccess);
     EXPECT_EQ(operations(), "Close Read ");
-    // A short last chunk reports its bytes; past the end is refused.
+    // Offset, status and result belong to the operation selected: an offset
+    // written while "Open" is selected leaves the Read at 0 and full length.
     const int64_t size = fs.getInt("FileSize");
     EXPECT_EQ(size, 32 + 2 * 640 * 512);
     fs.setInt("FileAccessOffset", size - 100);
     ASSERT_EQ(fs.operation("Read"), HvErrorSuccess);
+    EXPECT_EQ(fs.getInt("FileOperationResult"), 65536);
+    // A short last chunk reports its bytes; past the end is refused.
+    fs.setInt("FileAccessOffset", size - 100);
+    ASSERT_EQ(fs.command("FileOperationExecute"), HvErrorSuccess);
     EXPECT_EQ(fs.getInt("FileOperationResult"), 100);
     fs.setInt("FileAccessOffset", size + 1);
     EXPECT_EQ(fs.command("FileOperationExecute"), HvErrorInvalidValue);
+    EXPECT_EQ(fs.getEnum("FileOperationStatus"), "Failure");
+    ASSERT_EQ(fs.setEnum("FileOperationSelector", "Close"), HvErrorSuccess);
+    EXPECT_EQ(fs.getEnum("FileOperationStatus"), "Success") << "no Close ran yet";
     ASSERT_EQ(fs.operation("Close"), HvErrorSuccess);
     ASSERT_EQ(fs.openFile("ShadingMap2", "ReadWrite"), HvErrorSuccess);
     EXPECT_EQ(operations(), "Close Read Write ");
@@ -183,11 +191,12 @@ TEST_F(FileAccess, ReadWritePatchesAndDeleteRestoresTheFactoryMap)
     MapFileFormat::writeU32(expected, 8, 0);
     MapFileFormat::writeU32(expected, 8, 0u - MapFileFormat::wordSum(expected));
     ASSERT_EQ(fs.openFile("ShadingMap1", "ReadWrite"), HvErrorSuccess);
+    ASSERT_EQ(fs.setEnum("FileOperationSelector", "Write"), HvErrorSuccess);
     for (int64_t off : {8, 100}) {
         fs.setInt("FileAccessOffset", off);
         fs.setInt("FileAccessLength", 4);
         fs.setRegister("FileAccessBuffer", expected.data() + off, 4);
-        ASSERT_EQ(fs.operation("Write"), HvErrorSuccess);
+        ASSERT_EQ(fs.command("FileOperationExecute"), HvErrorSuccess);
     }
     ASSERT_EQ(fs.operation("Close"), HvErrorSuccess);
     EXPECT_EQ(stored(kGige, "ShadingMap1"), expected);
@@ -199,13 +208,14 @@ TEST_F(FileAccess, ReadWritePatchesAndDeleteRestoresTheFactoryMap)
 TEST_F(FileAccess, FixedLengthCameraAndEmptyFile)
 {
     ASSERT_EQ(control()->AddCamera(R"({"id": "FIX-1", "fileAccessLengthWritable": false,
-        "files": [{"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193}]})"),
+        "fileAccessPadding": true, "files": [{"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193}]})"),
               0);
     Hvx::CameraPtr fixed = open("sim::FIX-1");
     ASSERT_TRUE(fixed);
     Features fs(*fixed);
     EXPECT_FALSE(fs.writable("FileAccessLength"));
-    // The camera writes as many bytes as the host last put into the buffer.
+    // The camera takes 65536 bytes for the 32 of the last chunk, zeros
+    // after them, and keeps as much of a map as its header gives.
     const Bytes map = patternMap(8193, 640, 512, 8);
     ASSERT_TRUE(upload(fs, map, "ShadingMap0"));
     EXPECT_EQ(stored("FIX-1", "ShadingMap0"), map);
@@ -213,7 +223,7 @@ TEST_F(FileAccess, FixedLengthCameraAndEmptyFile)
     ASSERT_TRUE(download(fs, back, "ShadingMap0"));
     EXPECT_EQ(back, map);
 
-    // An empty file downloads with its size 0 as the chunk length.
+    // An empty file downloads without a chunk.
     ASSERT_EQ(
         control()->AddCamera(R"({"id": "E-1", "files": [{"selector": "E", "kind": "plain"}]})"), 0);
     Hvx::CameraPtr empty = open("sim::E-1");

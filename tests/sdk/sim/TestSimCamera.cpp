@@ -216,6 +216,29 @@ TEST_F(SimCamera, MapAreaHoldsTheSelectedMapAndTakesRawWrites)
     EXPECT_EQ(cam->WriteMemory(last + 2, block.data(), 512, &done), HvErrorInvalidAccess);
 }
 
+// A streaming camera keeps its files shut and a camera with an open file
+// does not start streaming; "TLParamsLocked", set by the start or by the
+// host, holds the image and packet parameters.
+TEST_F(SimCamera, AcquisitionAndFileAccessExcludeEachOtherAndTheLockHoldsParameters)
+{
+    ASSERT_EQ(sys.Startup(), HvErrorSuccess);
+    Hvx::CameraPtr cam = open("sim::SIM-GIGE-1001");
+    Features fs(*cam);
+    auto setMode = [&](const char* mode) { return fs.setEnum("AcquisitionMode", mode); };
+    ASSERT_EQ(fs.openFile("ShadingMap0", "Read"), HvErrorSuccess);
+    EXPECT_EQ(fs.command("AcquisitionStart"), HvErrorInvalidAccess);
+    ASSERT_EQ(fs.operation("Close"), HvErrorSuccess);
+    ASSERT_EQ(fs.command("AcquisitionStart"), HvErrorSuccess);
+    EXPECT_EQ(setMode("SingleFrame"), HvErrorInvalidAccess);
+    EXPECT_EQ(fs.openFile("ShadingMap0", "Read"), HvErrorInvalidAccess);
+    EXPECT_EQ(fs.getEnum("FileOperationStatus"), "Failure");
+    ASSERT_EQ(fs.command("AcquisitionStop"), HvErrorSuccess);
+    EXPECT_EQ(setMode("SingleFrame"), HvErrorSuccess);
+    ASSERT_EQ(fs.setInt("TLParamsLocked", 1), HvErrorSuccess);
+    EXPECT_EQ(setMode("Continuous"), HvErrorInvalidAccess);
+    EXPECT_EQ(fs.openFile("ShadingMap0", "Read"), HvErrorSuccess) << "locked, not streaming";
+}
+
 TEST_F(SimCamera, ReadOnlyOpeningOfTheHeldCameraRefusesEveryWrite)
 {
     ASSERT_EQ(sys.Startup(), HvErrorSuccess);

@@ -1,0 +1,759 @@
+// The assistant panel's widgets and dialogs over simulated cameras: the
+// image lists, generation, the form a camera fills, the buttons, the file
+// task on the thread pool with its progress dialog and end report, and Reset.
+// What the model decides and sends is tested without widgets in
+// TestPanelModel.
+#include "OrxNUShadingCorrection.h"
+#include "OrxPixmapLabel.h"
+#include "OrxSettings.h"
+#include "OxCamera.h"
+#include "PanelCameras.h"
+#include "ScriptedDialogs.h"
+#include "SimSession.h"
+#include "TestFiles.h"
+
+#include <Hvx/Camera.h>
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPointer>
+#include <QProgressBar>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace TestImages;
+
+namespace {
+
+// The panel with its inner state open to the tests, bound to a simulated
+// camera as the main window binds it; unbound (Reset, camera closed) at the end.
+class Panel : public OrxNUShadingCorrection
+{
+public:
+    using OrxNUShadingCorrection::fileTaskWatcher;
+    using OrxNUShadingCorrection::imageFormat;
+    using OrxNUShadingCorrection::input;
+    using OrxNUShadingCorrection::model;
+    using OrxNUShadingCorrection::transferTotal;
+
+    ~Panel() override { unbind(); }
+
+    bool bind(SimSession& sim, const char* id, bool* initResult = nullptr)
+    {
+        handle = sim.openCamera(id);
+        if (!handle)
+            return false;
+        const bool ok = Init(new OxCamera(handle, nullptr));
+        if (initResult)
+            *initResult = ok;
+        return true;
+    }
+    void unbind()
+    {
+        Reset();
+        if (handle)
+            handle->Close();
+        handle.reset();
+    }
+
+    template <typename T> T* child(const char* name) const
+    {
+        T* widget = findChild<T*>(name);
+        Q_ASSERT(widget);
+        return widget;
+    }
+    QPushButton* button(const char* name) const { return child<QPushButton>(name); }
+    QComboBox* selector() const { return child<QComboBox>("cmbShadingMapSelector"); }
+    QStringList texts(const char* name) const
+    {
+        QStringList list;
+        if (auto* widget = findChild<QListWidget*>(name))
+            for (int i = 0; i < widget->count(); ++i)
+                list << widget->item(i)->text();
+        else
+            for (int i = 0; i < selector()->count(); ++i)
+                list << selector()->itemText(i);
+        return list;
+    }
+    // Download, upload local, upload generated, save.
+    QList<bool> transferButtons() const
+    {
+        return {button("btnDownloadMapToFile")->isEnabled(),
+                button("btnUploadLocalMap")->isEnabled(), button("btnUploadMapToCam")->isEnabled(),
+                button("btnSaveMapToFile")->isEnabled()};
+    }
+
+    // Adds files to a list through the add button and the file dialog.
+    void add(ScriptedDialogs& dialogs, Series which, const QStringList& paths)
+    {
+        dialogs.answer(paths);
+        button(which == Series::Dark ? "btnAddDarkImage" : "btnAddBrightImage")->click();
+    }
+    void deleteAll(Series which)
+    {
+        child<QListWidget>(which == Series::Dark ? "listDarkImagePath" : "listBrightImagePath")
+            ->selectAll();
+        button(which == Series::Dark ? "btnDeleteDarkImage" : "btnDeleteBrightImage")->click();
+    }
+
+    Hvx::CameraPtr handle;
+};
+
+using Series = NucImageInput::Series;
+
+QStringList titles(const ScriptedDialogs& dialogs)
+{
+    QStringList list;
+    for (const ScriptedDialogs::Call& call : dialogs.calls)
+        list << call.title;
+    return list;
+}
+
+bool finished(ScriptedDialogs& dialogs, const QString& text, int timeoutMs = 5000)
+{
+    return QTest::qWaitFor(
+               [&] {
+                   return !dialogs.calls.isEmpty() && dialogs.calls.last().title == "File Access";
+               },
+               timeoutMs) &&
+           dialogs.calls.last().text == text;
+}
+
+} // namespace
+
+class TestPanel : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<SimSession> sim;
+    QTemporaryDir dir;
+
+    QString file(const QString& name) const { return dir.filePath(name); }
+
+    // Binds the panel and generates a map from one dark and one bright image.
+    bool bindWithMap(Panel& panel, ScriptedDialogs& dialogs, const char* id, int width, int height)
+    {
+        const QString dark = file(QString("%1-dark.png").arg(id));
+        const QString bright = file(QString("%1-bright.png").arg(id));
+        if (!panel.bind(*sim, id) ||
+            !write(testDark(width, height), dark, QImage::Format_Grayscale8) ||
+            !write(testBright(width, height), bright, QImage::Format_Grayscale8))
+            return false;
+        panel.add(dialogs, Series::Dark, {dark});
+        panel.add(dialogs, Series::Bright, {bright});
+        panel.button("btnGenerateMap")->click();
+        const bool generated = dialogs.calls.last().text == "Generate map successful!";
+        dialogs.calls.clear();
+        return generated;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(dir.isValid());
+        auto flat = [](int v) { return [v](int, int) { return v; }; };
+        QVERIFY(write(grey16(4, 2, flat(100)), file("d16.png"), QImage::Format_Grayscale16));
+        QVERIFY(write(grey16(4, 2, flat(100)), file("d16b.png"), QImage::Format_Grayscale16));
+        QVERIFY(write(grey16(8, 8, flat(100)), file("big16.png"), QImage::Format_Grayscale16));
+        QVERIFY(write(palette8(4, 2, flat(10)), file("p8.png"), QImage::Format_Indexed8));
+        QVERIFY(write(palette8(6, 2, flat(10)), file("wide8.png"), QImage::Format_Indexed8));
+        QVERIFY(write(grey8(4, 2, flat(10)), file("g8.png"), QImage::Format_Grayscale8));
+        QVERIFY(write(rgb(4, 2, flat(10)), file("rgb.png"), QImage::Format_RGB32));
+        QImage alpha(4, 2, QImage::Format_ARGB32);
+        alpha.fill(qRgba(1, 2, 3, 4));
+        QVERIFY(write(alpha, file("alpha.png"), QImage::Format_ARGB32));
+        QVERIFY(writeFile(file("notes.png"), "not an image"));
+
+        sim = std::make_unique<SimSession>(QJsonArray{
+            panelCamera("GEN-1", 64, 32,
+                        R"js({"name": "Camera GEN", "manufacturerInfo": "3.2.1 (2026-04-01)"})js"),
+            panelCamera("USER-1", 64, 32, kUserMaps),
+            panelCamera("PLAIN-1", 16, 8, R"({"files": [{"selector": "Log", "kind": "plain"}]})"),
+            panelCamera("MODES-1", 16, 8, R"({"files": [
+                {"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193},
+                {"selector": "ShadingMap1", "kind": "shadingMap", "chunkId": 8193, "write": false},
+                {"selector": "ShadingMap2", "kind": "shadingMap", "chunkId": 8193, "read": false}]})"),
+            panelCamera("LOCK-1", 64, 32, R"({"tlParamsLocked": true})"),
+            panelCamera("BIG-1", 640, 512), panelCamera("TWO-1", 300, 200),
+            panelCamera("FAIL-1", 64, 32,
+                        R"({"faults": {"failOperations": [{"operation": "Open"}]}})"),
+            panelCamera("RESET-1")});
+        QVERIFY(sim->ok());
+    }
+
+    void cleanupTestCase() { sim.reset(); }
+
+    void refusedFiles_data()
+    {
+        QTest::addColumn<QStringList>("dark");
+        QTest::addColumn<QStringList>("bright");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("darkList");
+        QTest::addColumn<QString>("log"); // why, as the log's error line says it
+
+        const QString pixelFormat = ": its pixel format (32 bits per pixel) is none the series "
+                                    "take: 8-bit grey or palette, 16-bit grey, 32-bit RGB";
+        const QString d16 = file("d16.png"), p8 = file("p8.png");
+        QTest::newRow("unreadable")
+            << QStringList{file("notes.png")} << QStringList() << int(ScriptedDialogs::Critical)
+            << file("notes.png") + ": failed!" << QStringList()
+            << file("notes.png") + ": cannot read the image: Unsupported image format";
+        QTest::newRow("unsupported format")
+            << QStringList{file("alpha.png")} << QStringList() << int(ScriptedDialogs::Information)
+            << file("alpha.png") + ": image format not supported!" << QStringList()
+            << file("alpha.png") + pixelFormat;
+        QTest::newRow("16-bit after 8-bit")
+            << QStringList{p8} << QStringList{d16} << int(ScriptedDialogs::Critical)
+            << d16 + ": failed!" << QStringList{p8}
+            << d16 + ": its depth is 16 bits, the series' images have 8 bits";
+        QTest::newRow("RGB after 8-bit")
+            << QStringList{p8, file("rgb.png")} << QStringList() << int(ScriptedDialogs::Critical)
+            << file("rgb.png") + ": failed!" << QStringList{p8}
+            << file("rgb.png") + ": its depth is 32 bits, the series' images have 8 bits";
+        QTest::newRow("size differs from the other list")
+            << QStringList{p8} << QStringList{file("wide8.png")}
+            << int(ScriptedDialogs::Information) << file("wide8.png") + ": incompatible image!"
+            << QStringList{p8}
+            << file("wide8.png") + ": it is 6 x 2 pixels, the series' images are 4 x 2";
+        QTest::newRow("second of three unsupported")
+            << QStringList{p8, file("alpha.png"), file("g8.png")} << QStringList()
+            << int(ScriptedDialogs::Information)
+            << file("alpha.png") + ": image format not supported!"
+            << QStringList{p8, file("g8.png")} << file("alpha.png") + pixelFormat;
+    }
+
+    void refusedFiles()
+    {
+        QFETCH(QStringList, dark);
+        QFETCH(QStringList, bright);
+        QFETCH(int, kind);
+        QFETCH(QString, text);
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(panel.bind(*sim, "GEN-1"));
+        QSignalSpy logged(&panel, &OrxNUShadingCorrection::sendLogMessage);
+        panel.add(dialogs, Series::Dark, dark);
+        if (!bright.isEmpty())
+            panel.add(dialogs, Series::Bright, bright);
+
+        QList<ScriptedDialogs::Call> boxes;
+        for (const auto& call : dialogs.calls)
+            if (call.kind != ScriptedDialogs::OpenFileNames)
+                boxes << call;
+        QCOMPARE(boxes.size(), 1);
+        QCOMPARE(int(boxes[0].kind), kind);
+        QCOMPARE(boxes[0].title, QString("Load Image"));
+        QCOMPARE(boxes[0].text, text);
+        QTEST(panel.texts("listDarkImagePath"), "darkList");
+        QCOMPARE(panel.texts("listBrightImagePath"), QStringList());
+        QCOMPARE(logged.size(), 1);
+        QTEST(logged[0][0].toString(), "log");
+        QCOMPARE(logged[0][1].value<LogType>(), LogError);
+    }
+
+    void addDialogAndDepthAtConstruction()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel; // no camera bound: the depth is 16
+        panel.add(dialogs, Series::Dark, {file("p8.png"), file("d16.png")});
+        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::OpenFileNames);
+        QCOMPARE(dialogs.calls[0].title, QString("Image paths"));
+        QCOMPARE(dialogs.calls[0].filter, QString("Images (*.* )"));
+        QCOMPARE(dialogs.calls.size(), 2);
+        QCOMPARE(dialogs.calls[1].text, file("p8.png") + ": failed!");
+        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("d16.png")});
+    }
+
+    void repeatedPathsAreSkippedSilently()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(panel.bind(*sim, "GEN-1"));
+        panel.add(dialogs, Series::Dark, {file("d16.png"), file("d16.png")});
+        panel.add(dialogs, Series::Dark, {file("d16.png"), file("d16b.png")});
+        QCOMPARE(panel.texts("listDarkImagePath"),
+                 QStringList({file("d16.png"), file("d16b.png")}));
+        for (const auto& call : dialogs.calls)
+            QCOMPARE(call.kind, ScriptedDialogs::OpenFileNames);
+        // The same file may still go to the other list.
+        panel.add(dialogs, Series::Bright, {file("d16.png")});
+        QCOMPARE(panel.texts("listBrightImagePath"), QStringList{file("d16.png")});
+    }
+
+    void greyFilesLoadAsIndexed()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(panel.bind(*sim, "GEN-1"));
+        panel.add(dialogs, Series::Dark, {file("g8.png")});
+        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("g8.png")});
+        const QImage mean = panel.child<OrxPixmapLabel>("lblMeanImageDark")->image();
+        QCOMPARE(mean.format(), QImage::Format_Grayscale8);
+        QCOMPARE(mean.pixelColor(3, 1), QColor(10, 10, 10));
+
+        const QImage loaded = NucImageInput::loadImage(file("g8.png"));
+        QCOMPARE(loaded.format(), QImage::Format_Indexed8);
+        QCOMPARE(loaded.colorTable().size(), 256);
+        QCOMPARE(loaded.color(200), qRgb(200, 200, 200));
+        QCOMPARE(loaded.pixelIndex(2, 1), 10);
+    }
+
+    void removalFreesSizeAndDepthOnlyWhenBothEmpty()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(panel.bind(*sim, "GEN-1"));
+        auto* deleteDark = panel.button("btnDeleteDarkImage");
+        auto* darkLabel = panel.child<OrxPixmapLabel>("lblMeanImageDark");
+        panel.add(dialogs, Series::Dark, {file("d16.png"), file("d16b.png")});
+        panel.add(dialogs, Series::Bright, {file("d16.png")});
+        QVERIFY(!deleteDark->isEnabled());
+        panel.child<QListWidget>("listDarkImagePath")->item(0)->setSelected(true);
+        QVERIFY(deleteDark->isEnabled());
+
+        // One of two dark files out: the mean image is the other one's.
+        deleteDark->click();
+        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("d16b.png")});
+        QVERIFY(!deleteDark->isEnabled());
+        QVERIFY(!darkLabel->image().isNull());
+
+        panel.deleteAll(Series::Dark);
+        QVERIFY(darkLabel->image().isNull());
+        QCOMPARE(dialogs.calls.size(), 2);
+        // Bright still holds an image: size and depth stay fixed.
+        panel.add(dialogs, Series::Dark, {file("big16.png")});
+        QCOMPARE(dialogs.calls.last().text, file("big16.png") + ": incompatible image!");
+        panel.add(dialogs, Series::Dark, {file("p8.png")});
+        QCOMPARE(dialogs.calls.last().text, file("p8.png") + ": failed!");
+
+        panel.deleteAll(Series::Bright);
+        QVERIFY(panel.child<OrxPixmapLabel>("lblMeanImageBright")->image().isNull());
+        const int before = dialogs.calls.size();
+        panel.add(dialogs, Series::Dark, {file("wide8.png")});
+        QCOMPARE(dialogs.calls.size(), before + 1); // only the file dialog
+        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("wide8.png")});
+    }
+
+    void itemPressEnablesDelete()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(panel.bind(*sim, "GEN-1"));
+        panel.add(dialogs, Series::Bright, {file("d16.png"), file("d16b.png")});
+        auto* list = panel.child<QListWidget>("listBrightImagePath");
+        panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        const QRect rect = list->visualItemRect(list->item(1));
+        QTest::mousePress(list->viewport(), Qt::LeftButton, {}, rect.center());
+        QVERIFY(panel.button("btnDeleteBrightImage")->isEnabled());
+        QCOMPARE(list->currentItem(), list->item(1));
+    }
+
+    void imageDirectoryIsStoredOnlyWhenChanged()
+    {
+        QTemporaryDir other;
+        QVERIFY(write(grey16(4, 2, [](int, int) { return 5; }), other.filePath("o.png"),
+                      QImage::Format_Grayscale16));
+        auto saved = [] {
+            return OrxSettings::getInstance()
+                ->Get("Directory", "SaveImageDir", QVariant())
+                .toString();
+        };
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(panel.bind(*sim, "GEN-1"));
+        panel.add(dialogs, Series::Dark, {file("d16.png")});
+        QCOMPARE(saved(), QDir::cleanPath(dir.path()));
+
+        // Unchanged directory: the stored value is not written again.
+        OrxSettings::getInstance()->Set("Directory", "SaveImageDir", "/elsewhere");
+        panel.add(dialogs, Series::Dark, {file("d16b.png")});
+        QCOMPARE(saved(), QString("/elsewhere"));
+        QCOMPARE(dialogs.calls.last().text, QDir::cleanPath(dir.path())); // start directory
+
+        panel.add(dialogs, Series::Bright, {other.filePath("o.png")});
+        QCOMPARE(saved(), QDir::cleanPath(other.path()));
+    }
+
+    void cancellingKeepsFilesAlreadyAdded()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel; // unbound: the loading progress is its only progress dialog
+        auto* list = panel.child<QListWidget>("listDarkImagePath");
+        int progressMaximum = -1;
+        connect(list->model(), &QAbstractItemModel::rowsInserted, &panel, [&] {
+            auto* progress = panel.findChild<QProgressDialog*>();
+            QVERIFY(progress);
+            progressMaximum = progress->maximum();
+            progress->cancel();
+        });
+        panel.add(dialogs, Series::Dark, {file("d16.png"), file("d16b.png"), file("p8.png")});
+        QCOMPARE(progressMaximum, 3);
+        QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("d16.png")});
+        QCOMPARE(dialogs.calls.size(), 1);
+    }
+
+    void generateMessages()
+    {
+        ScriptedDialogs dialogs;
+        Panel noEntries;
+        QVERIFY(noEntries.bind(*sim, "PLAIN-1"));
+        noEntries.button("btnGenerateMap")->click();
+        Panel panel;
+        QVERIFY(panel.bind(*sim, "GEN-1"));
+        auto* generate = panel.button("btnGenerateMap");
+        generate->click();
+        panel.add(dialogs, Series::Dark, {file("d16.png")});
+        generate->click();
+        QVERIFY(!panel.button("btnSaveMapToFile")->isEnabled());
+        panel.add(dialogs, Series::Bright, {file("d16b.png")});
+        generate->click();
+        QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, true, true}));
+        panel.shading_map_reset();
+        QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, false, false}));
+
+        QStringList texts;
+        for (const auto& call : dialogs.calls) {
+            if (call.kind == ScriptedDialogs::OpenFileNames)
+                continue;
+            QCOMPARE(call.title, QString("Generate Map"));
+            QCOMPARE(call.kind, ScriptedDialogs::Information);
+            texts << call.text;
+        }
+        QCOMPARE(texts, QStringList({"Generate map failed: no shading map entry available!",
+                                     "Generate map failed: missing dark image parameter!",
+                                     "Generate map failed: missing bright image parameter!",
+                                     "Generate map successful!"}));
+    }
+
+    void saveDialogs_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QString>("saved");
+        QTest::newRow("name without extension") << "m16"
+                                                << "m16.bin";
+        QTest::newRow(".BIN kept") << "M8.BIN"
+                                   << "M8.BIN";
+    }
+
+    void saveDialogs()
+    {
+        QFETCH(QString, answer);
+        QFETCH(QString, saved);
+        QTemporaryDir out;
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bindWithMap(panel, dialogs, "GEN-1", 64, 32));
+        dialogs.answer(out.filePath(answer));
+        panel.button("btnSaveMapToFile")->click();
+        QCOMPARE(titles(dialogs), (QStringList{"Export Map", "Save Map"}));
+        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::SaveFileName);
+        QCOMPARE(dialogs.calls[0].filter, QString("Bin (*.bin)"));
+        QCOMPARE(dialogs.calls[1].text, QString("Save to file successful!"));
+        QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList{saved});
+        QCOMPARE(readFile(out.filePath(saved)).size(), 32 + 2 * 64 * 32);
+    }
+
+    void targetEdits()
+    {
+        Panel panel;
+        auto* gain = panel.child<QLineEdit>("TargetGainEdit");
+        auto* offset = panel.child<QLineEdit>("TargetOffsetEdit");
+        for (const char* bad : {"abc", "70000", "-1"}) {
+            offset->setText(bad);
+            emit offset->editingFinished();
+            QCOMPARE(offset->text(), QString("16"));
+        }
+        offset->setText("20");
+        emit offset->editingFinished();
+        QCOMPARE(offset->text(), QString("20"));
+        gain->setText("x1");
+        emit gain->editingFinished();
+        QCOMPARE(gain->text(), QString("1.1"));
+        gain->setText("1.25");
+        panel.button("Reset")->click();
+        QCOMPARE(gain->text(), QString("1.1"));
+        QCOMPARE(offset->text(), QString("16"));
+    }
+
+    void closeCameraRequest()
+    {
+        Panel panel;
+        QSignalSpy close(&panel, &OrxNUShadingCorrection::cameraCloseRequested);
+        panel.child<QLabel>("lblCameraName")->setText("cam");
+        panel.button("btnCloseCamera")->click();
+        QCOMPARE(close.size(), 1);
+        QVERIFY(panel.child<QLabel>("lblCameraName")->text().isEmpty());
+    }
+
+    void bindingFillsTheForm_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<bool>("usable");
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<bool>("userMapWidget");
+        QTest::newRow("map slots") << "GEN-1" << true << "Camera GEN\nFirmware: 3.2.1 (2026-04-01)"
+                                   << QStringList{"ShadingMap0", "ShadingMap1"} << false;
+        QTest::newRow("user maps")
+            << "USER-1" << true
+            << "kva640MXGE\nFirmware: " << QStringList{"NucUserMap0", "NucUserMap1"} << true;
+        QTest::newRow("no map entry")
+            << "PLAIN-1" << false << "kva640MXGE\nFirmware: " << QStringList() << false;
+    }
+
+    void bindingFillsTheForm()
+    {
+        QFETCH(QString, id);
+        QFETCH(bool, usable);
+        Panel panel;
+        panel.child<QLineEdit>("TargetOffsetEdit")->setText("3");
+        bool initResult = !usable;
+        QVERIFY(panel.bind(*sim, qPrintable(id), &initResult));
+        QCOMPARE(initResult, usable);
+        QTEST(panel.child<QLabel>("lblCameraName")->text(), "label");
+        QTEST(panel.texts("cmbShadingMapSelector"), "entries");
+        QTEST(!panel.child<QWidget>("targetUserMapFileWidget")->isHidden(), "userMapWidget");
+        QCOMPARE(panel.child<QLineEdit>("TargetOffsetEdit")->text(), QString("16"));
+        QCOMPARE(panel.input.bitDepth, 0);
+        QCOMPARE(panel.imageFormat, QImage::Format_Indexed8);
+    }
+
+    void enableButtons_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<int>("entry"); // -1: the camera has no map slot entry
+        QTest::addColumn<bool>("images");
+        QTest::addColumn<QList<bool>>("buttons"); // download, upload local, upload, save
+
+        using B = QList<bool>;
+        QTest::newRow("open entry") << "MODES-1" << 0 << false << B{true, true, false, false};
+        QTest::newRow("open entry, images") << "MODES-1" << 0 << true << B{true, true, true, true};
+        QTest::newRow("write blocked, images")
+            << "MODES-1" << 1 << true << B{true, false, false, true};
+        QTest::newRow("read blocked") << "MODES-1" << 2 << false << B{false, true, false, false};
+        QTest::newRow("user maps only, images")
+            << "USER-1" << 1 << true << B{true, true, true, true};
+        QTest::newRow("no selector, images")
+            << "PLAIN-1" << -1 << true << B{false, false, false, true};
+    }
+
+    void enableButtons()
+    {
+        QFETCH(QString, id);
+        QFETCH(int, entry);
+        QFETCH(bool, images);
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(panel.bind(*sim, qPrintable(id)));
+        if (images) {
+            QVERIFY(panel.loadImagefromFile(file("p8.png"), Series::Dark));
+            QVERIFY(panel.loadImagefromFile(file("p8.png"), Series::Bright));
+        }
+        if (entry >= 0) {
+            // The operator picks the entry; the choice re-evaluates the buttons.
+            panel.selector()->setCurrentIndex(entry);
+            emit panel.selector()->activated(entry);
+        } else {
+            panel.enableButtons();
+        }
+        QTEST(panel.transferButtons(), "buttons");
+        QVERIFY(dialogs.calls.isEmpty());
+    }
+
+    void resetRestoresTheForm()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bindWithMap(panel, dialogs, "GEN-1", 8, 4));
+        QPointer<OxCamera> camera = panel.model.camera();
+        panel.unbind();
+        QVERIFY(camera.isNull());
+        QCOMPARE(panel.texts("listDarkImagePath"), QStringList());
+        QCOMPARE(panel.texts("listBrightImagePath"), QStringList());
+        QCOMPARE(panel.texts("cmbShadingMapSelector"), QStringList());
+        QVERIFY(panel.child<OrxPixmapLabel>("lblMeanImageDark")->image().isNull());
+        QVERIFY(panel.child<OrxPixmapLabel>("lblMeanImageBright")->image().isNull());
+        QCOMPARE(panel.imageFormat, QImage::Format_Grayscale16);
+        QVERIFY(!panel.input.darkParams.map && panel.input.width == 0);
+
+        // A new camera starts from scratch: no images, so nothing to save.
+        QVERIFY(panel.bind(*sim, "USER-1"));
+        QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, false, false}));
+        QVERIFY(panel.child<QWidget>("targetUserMapFileWidget")->isVisibleTo(&panel));
+        panel.unbind();
+        QVERIFY(panel.child<QWidget>("targetUserMapFileWidget")->isHidden());
+    }
+
+    void uploadRefused()
+    {
+        ScriptedDialogs dialogs;
+        Panel locked;
+        QVERIFY(bindWithMap(locked, dialogs, "LOCK-1", 64, 32));
+        // Generation leaves the button off while streaming; the slot refuses too.
+        QVERIFY(!locked.button("btnUploadMapToCam")->isEnabled());
+        QVERIFY(QMetaObject::invokeMethod(&locked, "on_btnUploadMapToCam_clicked"));
+        QCOMPARE(dialogs.calls.size(), 1);
+        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::Critical);
+        QCOMPARE(dialogs.calls[0].title, QString("Upload Map"));
+        QCOMPARE(dialogs.calls[0].text, QString("Stop streaming before uploading map to camera"));
+
+        Panel empty;
+        QVERIFY(empty.bind(*sim, "GEN-1"));
+        QSignalSpy log(&empty, &OrxNUShadingCorrection::sendLogMessage);
+        QVERIFY(QMetaObject::invokeMethod(&empty, "on_btnUploadMapToCam_clicked"));
+        QCOMPARE(titles(dialogs), (QStringList{"Upload Map", "Upload Sahding Map"}));
+        QCOMPARE(dialogs.calls.last().text, QString("Upload failed: empty map"));
+        QCOMPARE(log.size(), 1);
+        QCOMPARE(log[0][0].toString(), QString("Upload failed: empty map!"));
+        QCOMPARE(log[0][1].value<LogType>(), LogError);
+        QVERIFY(locked.fileTaskWatcher.objectName().isEmpty() &&
+                empty.fileTaskWatcher.objectName().isEmpty());
+    }
+
+    // The upload runs on the pool with the transfer buttons off and ends with
+    // the report; No leaves everything as it was.
+    void uploadAsFileTask()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bindWithMap(panel, dialogs, "GEN-1", 64, 32));
+        const QList<bool> buttons = panel.transferButtons();
+        dialogs.answer(QMessageBox::No);
+        panel.button("btnUploadMapToCam")->click();
+        QCOMPARE(titles(dialogs), QStringList{"Upload Shadin Map"});
+        QCOMPARE(panel.transferButtons(), buttons);
+        QVERIFY(panel.fileTaskWatcher.objectName().isEmpty());
+
+        QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
+        dialogs.answer(QMessageBox::Yes);
+        panel.button("btnUploadMapToCam")->click();
+        QCOMPARE(panel.transferButtons(), (QList<bool>{false, false, false, true}));
+        QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
+        QCOMPARE(dialogs.calls.last().kind, ScriptedDialogs::Information);
+        QCOMPARE(panel.transferButtons(), buttons);
+        QCOMPARE(log.size(), 1);
+        QCOMPARE(log[0][0].toString(),
+                 QString("Upload device file ShadingMap0: 4128 bytes written."));
+    }
+
+    // A failed local upload: the question, the chooser, the report, and the
+    // generated map's upload stays off.
+    void failedTransferReport()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bindWithMap(panel, dialogs, "FAIL-1", 64, 32));
+        QVERIFY(writeFile(file("local.bin"), "map"));
+        dialogs.answer(QMessageBox::Yes);
+        dialogs.answer(file("local.bin"));
+        panel.button("btnUploadLocalMap")->click();
+        QVERIFY(finished(dialogs, "Upload Local File Error occurs during File Access."));
+        QCOMPARE(titles(dialogs),
+                 (QStringList{"Upload Local Map", "Upload Local Map", "File Access"}));
+        QCOMPARE(dialogs.calls[0].text,
+                 QString("The uploaded map would overwrite the selected map 'ShadingMap0'.\n"
+                         "Do you want to proceed?"));
+        QCOMPARE(dialogs.calls[1].kind, ScriptedDialogs::OpenFileName);
+        QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, false, true}));
+    }
+
+    void progress_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::addColumn<QList<int>>("values");
+        // 655392 bytes: 11 chunks, reported after the first nine.
+        QTest::newRow("eleven chunks")
+            << "BIG-1" << 640 << 512 << QList<int>{0, 11, 22, 33, 44, 55, 66, 77, 88, 100};
+        QTest::newRow("two chunks") << "TWO-1" << 300 << 200 << QList<int>{};
+    }
+
+    void progress()
+    {
+        QFETCH(QString, id);
+        QFETCH(int, width);
+        QFETCH(int, height);
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bindWithMap(panel, dialogs, qPrintable(id), width, height));
+        QProgressDialog* dialog = nullptr;
+        for (auto* candidate : panel.findChildren<QProgressDialog*>())
+            if (candidate->windowTitle() == "Map Transfer...")
+                dialog = candidate;
+        QVERIFY(dialog && !dialog->isVisible());
+        QSignalSpy bar(dialog->findChild<QProgressBar*>(), &QProgressBar::valueChanged);
+
+        dialogs.answer(QMessageBox::Yes);
+        panel.button("btnUploadMapToCam")->click();
+        QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
+        QList<int> values;
+        for (const QList<QVariant>& call : bar)
+            values << call[0].toInt();
+        QTEST(values, "values");
+        QVERIFY(!dialog->isVisible());
+        QCOMPARE(panel.transferTotal, qint64(0));
+    }
+
+    // The end of a raw memory upload offers the User Set save.
+    void userSetOffer()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(panel.bind(*sim, "GEN-1"));
+        dialogs.answer(QMessageBox::Yes);
+        panel.progressBarValueChanged(true, 100);
+        QCOMPARE(titles(dialogs), (QStringList{"Map Transfer", "User Set Control"}));
+        QCOMPARE(dialogs.calls[0].kind, ScriptedDialogs::Question);
+        QCOMPARE(dialogs.calls[0].text,
+                 QString("Map transfer successful: do you want to store the map and current "
+                         "camera settings to the active User Set? (if <Default User Set> is "
+                         "active the changes will be stored in <User Set 1>)"));
+        QCOMPARE(dialogs.calls[1].text, QString("Save settings successful"));
+    }
+
+    void resetWaitsForRunningTransfer()
+    {
+        ScriptedDialogs dialogs;
+        Panel panel;
+        QVERIFY(bindWithMap(panel, dialogs, "RESET-1", 64, 32));
+        const QByteArray map =
+            NucMapPipeline::fileImage(panel.input, {NucMapFile::Kind::Bin, 8193, false});
+        // Every File Access command now completes only at the next poll, so
+        // the transfer is still on the camera when Reset comes.
+        QCOMPARE(sim->control().SetCommandLatency("RESET-1", "FileOperationExecute", 300), 0);
+        QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
+        dialogs.answer(QMessageBox::Yes);
+        panel.button("btnUploadMapToCam")->click();
+        // A task cancelled before it starts never runs; this one is under way.
+        QTRY_VERIFY(sim->trace("RESET-1").contains("FileOperationSelector set Open"));
+        QCOMPARE(log.size(), 0);
+
+        panel.Reset();
+        // The worker's last act, its log line, came before Reset returned.
+        QCOMPARE(log.size(), 1);
+        QVERIFY(panel.fileTaskWatcher.future().isFinished());
+        QCOMPARE(panel.model.camera(), nullptr);
+        QCOMPARE(sim->storedFile("RESET-1", "ShadingMap0"), map);
+        QCoreApplication::processEvents();
+        QCOMPARE(dialogs.calls.size(), 1); // the question; no report after Reset
+        panel.unbind();
+
+        // The next camera's transfers are reported again.
+        QCOMPARE(sim->control().SetCommandLatency("RESET-1", "FileOperationExecute", 0), 0);
+        dialogs.calls.clear();
+        QVERIFY(bindWithMap(panel, dialogs, "RESET-1", 64, 32));
+        dialogs.answer(QMessageBox::Yes);
+        panel.button("btnUploadMapToCam")->click();
+        QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
+    }
+};
+
+QTEST_MAIN(TestPanel)
+#include "TestPanel.moc"

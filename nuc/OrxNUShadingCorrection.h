@@ -117,6 +117,9 @@ private slots:
     void on_btnUploadMapToCam_clicked();
     void on_btnUploadLocalMap_clicked();
     void on_btnDownloadMapToFile_clicked();
+    // Frames from the opened camera into a series; a map entry verified.
+    void acquireFrames(Series which);
+    void verifyCorrection();
 
 protected:
     void _addSelectedFiles(Series which);
@@ -145,6 +148,9 @@ private:
         QPushButton* deleteButton;
     };
     SeriesWidgets widgets(Series which) const;
+    void addCameraButtons();
+    QPushButton* acquireButtons[2] = {};
+    QPushButton* verifyButton = nullptr;
     void _deleteButtonClicked(Series which);
     float targetGain() const;
     quint16 targetOffset() const;

@@ -55,23 +55,15 @@ int CameraCommand::parse(const QStringList& arguments)
 bool CameraCommand::open(const QStringList& settings)
 {
     m_session = std::make_unique<CameraSession>();
-    if (!m_session->startError().isEmpty()) {
-        fail(m_session->startError());
-        return false;
-    }
-    const CameraInfoMap info = m_session->find(m_cameraId);
-    if (info.isEmpty()) {
-        fail(tr("no camera has the ID or serial number '%1'").arg(m_cameraId));
-        return false;
-    }
-    m_extendedId = info.value("Extended ID").toString();
-    m_serial = info.value("Serial No.").toString();
+    CameraInfoMap info;
     QString error;
-    m_camera = m_session->open(info, &error);
+    m_camera = m_session->openById(m_cameraId, &info, &error);
     if (!m_camera) {
         fail(error);
         return false;
     }
+    m_extendedId = info.value("Extended ID").toString();
+    m_serial = CameraSession::serialNumber(info);
     const QStringList all =
         (m_withSettings ? m_parser.values(m_setOption) : QStringList()) + settings;
     for (const QString& setting : all) {

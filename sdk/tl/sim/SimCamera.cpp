@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <cstdlib>
 #include <random>
 
 namespace hvsim {
@@ -105,6 +106,15 @@ const char* const kTLParameters[] = {
     "OffsetX",       "OffsetY", "BinningHorizontal", "BinningVertical",
     "GVSPPacketSize"};
 
+// Different in every run, so no two runs of a program see the same noise,
+// unless HVX_SIM_NOISE_SEED fixes it (tests that compare frames byte for byte).
+uint64_t noiseSeed()
+{
+    if (const char* fixed = std::getenv("HVX_SIM_NOISE_SEED"))
+        return std::strtoull(fixed, nullptr, 0);
+    return uint64_t(std::random_device{}()) << 32 | std::random_device{}();
+}
+
 } // namespace
 
 SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
@@ -112,7 +122,7 @@ SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
     : m_config(std::move(config)), m_onDisconnect(std::move(onDisconnect)),
       m_lock(std::make_shared<std::recursive_mutex>()), m_trace(std::make_shared<SimTrace>()),
       m_store(stateRoot + "/" + DeviceFileStore::safeName(m_config.serial)),
-      m_noiseSeed(uint64_t(std::random_device{}()) << 32 | std::random_device{}())
+      m_noiseSeed(noiseSeed())
 {
     m_features = std::make_unique<SimFeatureSet>(m_lock, m_trace, "camera");
     m_features->setInterceptor(

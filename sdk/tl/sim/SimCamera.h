@@ -110,8 +110,7 @@ private:
     int m_chunks = 0;
     int64_t m_nucSelection = 0;
     uint64_t m_frameCounter = 0;
-    // Different in every run, so no two runs of a program see the same noise.
-    uint64_t m_noiseSeed;
+    uint64_t m_noiseSeed; // added to the frame id for the sensor's noise
     struct ActiveMap
     {
         std::string selector;

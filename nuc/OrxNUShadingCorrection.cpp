@@ -87,7 +87,12 @@ void OrxNUShadingCorrection::acquireFrames(Series which)
     if (items.isEmpty())
         return;
     const SeriesWidgets w = widgets(which);
-    w.list->addItems(items);
+    for (const QString& text : items) {
+        auto* item = new QListWidgetItem(text, w.list);
+        // A frame kept in no file cannot be read again to be taken out.
+        if (!QFileInfo::exists(text))
+            item->setFlags(item->flags() & ~Qt::ItemIsSelectable);
+    }
     w.meanLabel->setImage(*input.meanImage(which));
     enableButtons();
 }

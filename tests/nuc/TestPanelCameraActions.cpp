@@ -79,6 +79,9 @@ private slots:
                 expected << QString("Camera frame %1 of 3 (%2)").arg(k).arg(name);
             QCOMPARE(texts(panel.findChild<QListWidget*>("listDarkImagePath")), expected);
             QCOMPARE(panel.input.darkParams.count, 3u);
+            // Kept in no file: not selectable, so never taken out of the list alone.
+            auto* list = panel.findChild<QListWidget*>("listDarkImagePath");
+            QVERIFY(!(list->item(0)->flags() & Qt::ItemIsSelectable));
             QCOMPARE(panel.input.bitDepth, 16);
 
             // A map on the first entry, then its verification.

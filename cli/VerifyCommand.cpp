@@ -4,7 +4,6 @@
 #include "CliCommand.h"
 #include "CorrectionVerification.h"
 #include "NucCorrectionReport.h"
-#include "NucFrame.h"
 #include "NucImageInput.h"
 #include "NucReportDocument.h"
 #include "OxCamera.h"
@@ -126,10 +125,7 @@ int runVerifyCommand(const QStringList& arguments)
 
     inputs.camera = command.extendedId();
     inputs.entry = entry.name;
-    inputs.fullScale = NucFrame::fullScale(verification.significantBits());
-    inputs.offsetStep = NucFrame::offsetStep(verification.significantBits());
-    inputs.before = &verification.before();
-    inputs.after = &verification.after();
+    verification.fill(&inputs);
     inputs.darkReference = dark.frames() > 0 ? &dark : nullptr;
     inputs.referenceFrames = references;
     const NucCorrectionReport result = NucCorrectionReport::compute(inputs);

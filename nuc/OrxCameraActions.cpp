@@ -3,7 +3,6 @@
 #include "CameraFrameSource.h"
 #include "CorrectionVerification.h"
 #include "NucCorrectionReport.h"
-#include "NucFrame.h"
 #include "OrxAcquisitionDialog.h"
 #include "OrxCorrectionReportWindow.h"
 #include "OrxDialogs.h"
@@ -87,10 +86,7 @@ void verify(QWidget* parent, OxCamera* camera, const OxMapEntry& entry, const Nu
         dark.add(input.darkMean);
     inputs.camera = camera->GetCameraName();
     inputs.entry = entry.name;
-    inputs.fullScale = NucFrame::fullScale(verification.significantBits());
-    inputs.offsetStep = NucFrame::offsetStep(verification.significantBits());
-    inputs.before = &verification.before();
-    inputs.after = &verification.after();
+    verification.fill(&inputs);
     inputs.darkReference = dark.frames() > 0 ? &dark : nullptr;
     if (input.darkParams.count > 0)
         inputs.referenceFrames = int(input.darkParams.count);

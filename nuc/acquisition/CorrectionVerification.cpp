@@ -1,6 +1,7 @@
 #include "CorrectionVerification.h"
 
 #include "CameraFrameSource.h"
+#include "NucFrame.h"
 #include "NucMapFile.h"
 #include "OxCamera.h"
 
@@ -95,4 +96,12 @@ bool CorrectionVerification::readMap(OxCamera* camera, const QString& fileName,
     }
     *words = info.words;
     return true;
+}
+
+void CorrectionVerification::fill(NucCorrectionReport::Inputs* inputs) const
+{
+    inputs->fullScale = NucFrame::fullScale(m_bits);
+    inputs->offsetStep = NucFrame::offsetStep(m_bits);
+    inputs->before = &m_before;
+    inputs->after = &m_after;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CameraCorrection.h"
+#include "NucCorrectionReport.h"
 #include "NucFrameStack.h"
 
 #include <QCoreApplication>
@@ -33,9 +34,12 @@ public:
 
     const NucFrameStack& before() const { return m_before; }
     const NucFrameStack& after() const { return m_after; }
-    int significantBits() const { return m_bits; }
     bool cancelled() const { return m_cancelled; }
     QString error() const { return m_error; }
+
+    // What a completed run gives a report: the frames' depth, before and
+    // after (which stay this object's).
+    void fill(NucCorrectionReport::Inputs* inputs) const;
 
     // The map words of a device file of the camera (a .bin shading map or a
     // .ge3 user map), read by File Access into a temporary file.

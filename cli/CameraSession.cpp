@@ -106,6 +106,20 @@ CameraInfoMap CameraSession::findByAddress(const QString& address, QString* erro
     return m_controller->GetCameraInfo(camera);
 }
 
+OxCamera* CameraSession::openById(const QString& id, CameraInfoMap* info, QString* error)
+{
+    if (!m_startError.isEmpty()) {
+        *error = m_startError;
+        return nullptr;
+    }
+    *info = find(id);
+    if (info->isEmpty()) {
+        *error = tr("no camera has the ID or serial number '%1'").arg(id);
+        return nullptr;
+    }
+    return open(*info, error);
+}
+
 QString CameraSession::serialNumber(const CameraInfoMap& camera)
 {
     const QString serial = camera.value("Serial No.").toString();

@@ -42,6 +42,11 @@ public:
     // The session closes it again on destruction.
     OxCamera* open(const CameraInfoMap& camera, QString* error);
 
+    // What a command on one camera needs: the camera `id` names (see find),
+    // opened; null with the reason in *error (an SDK that did not start, no
+    // such camera, or open's reason). *info gets the camera's information.
+    OxCamera* openById(const QString& id, CameraInfoMap* info, QString* error);
+
     // The camera's "Serial No.", or its extended ID when it reports none:
     // what backups of its maps are kept under.
     static QString serialNumber(const CameraInfoMap& camera);

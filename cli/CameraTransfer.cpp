@@ -66,23 +66,15 @@ int CameraTransfer::parse(const QStringList& arguments)
 bool CameraTransfer::open()
 {
     m_session = std::make_unique<CameraSession>();
-    if (!m_session->startError().isEmpty()) {
-        fail(m_session->startError());
-        return false;
-    }
-    const CameraInfoMap info = m_session->find(m_cameraId);
-    if (info.isEmpty()) {
-        fail(tr("no camera has the ID or serial number '%1'").arg(m_cameraId));
-        return false;
-    }
-    m_extendedId = info.value("Extended ID").toString();
-    m_serialNumber = CameraSession::serialNumber(info);
+    CameraInfoMap info;
     QString error;
-    m_camera = m_session->open(info, &error);
+    m_camera = m_session->openById(m_cameraId, &info, &error);
     if (m_camera == nullptr) {
         fail(error);
         return false;
     }
+    m_extendedId = info.value("Extended ID").toString();
+    m_serialNumber = CameraSession::serialNumber(info);
 
     QStringList names;
     const QList<OxMapEntry> entries = OxMapEntry::list(*m_camera->GetFeatureContainer());

@@ -1,11 +1,14 @@
 #include "CliCommand.h"
 
+#include "AcquireCommand.h"
 #include "BackupsCommand.h"
 #include "CamerasCommand.h"
 #include "DownloadCommand.h"
+#include "FeatureCommands.h"
 #include "GenerateCommand.h"
 #include "InfoCommand.h"
 #include "UploadCommand.h"
+#include "VerifyCommand.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -28,6 +31,16 @@ const QList<CliCommand>& cliCommands()
         {"download",
          QCoreApplication::translate("orvex-nuc", "Read a camera's map entry into a file."),
          runDownloadCommand},
+        {"features",
+         QCoreApplication::translate("orvex-nuc", "List a camera's features and their values."),
+         runFeaturesCommand},
+        {"set", QCoreApplication::translate("orvex-nuc", "Write camera features."), runSetCommand},
+        {"acquire",
+         QCoreApplication::translate("orvex-nuc", "Take frames from a camera as PNG files."),
+         runAcquireCommand},
+        {"verify",
+         QCoreApplication::translate("orvex-nuc", "Measure how well a map on a camera corrects."),
+         runVerifyCommand},
         {"backups",
          QCoreApplication::translate("orvex-nuc", "List the map backups kept of a camera."),
          runBackupsCommand},

@@ -1,3 +1,4 @@
+#include "CliApplication.h"
 #include "CameraSource.h"
 #include "CliCommand.h"
 
@@ -10,7 +11,7 @@
 // files are byte for byte what the panel writes.
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    const std::unique_ptr<QCoreApplication> app = makeCliApplication(argc, argv);
     QCoreApplication::setApplicationName("orvex-nuc");
     QCoreApplication::setOrganizationName("Varnholt Technologies");
     QCoreApplication::setOrganizationDomain("varnholt-technologies.com");
@@ -41,7 +42,7 @@ int main(int argc, char** argv)
                                  QCoreApplication::translate("orvex-nuc", "The command to run."),
                                  "<command> [options]");
 
-    const QStringList arguments = app.arguments();
+    const QStringList arguments = app->arguments();
     if (!parser.parse(arguments))
         return usageError(QString(), parser.errorText());
     if (parser.isSet(version)) {

@@ -1,5 +1,6 @@
 #include "OrxDialogs.h"
 
+#include <QDialog>
 #include <QInputDialog>
 
 namespace {
@@ -73,6 +74,11 @@ public:
 OrxDialogs* installed = nullptr;
 
 } // namespace
+
+int OrxDialogs::exec(QDialog* dialog)
+{
+    return dialog->exec();
+}
 
 OrxDialogs& OrxDialogs::instance()
 {

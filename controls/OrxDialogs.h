@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+class QDialog;
 class QWidget;
 
 // The one way the program shows modal dialogs: message boxes, questions, file
@@ -51,6 +52,9 @@ public:
     // A line of text; *ok is false when the user cancelled.
     virtual QString getText(QWidget* parent, const QString& title, const QString& label,
                             const QString& text, bool* ok) = 0;
+    // A dialog of the program's own, run modally; its result code. Scripted
+    // implementations drive the dialog themselves.
+    virtual int exec(QDialog* dialog);
 
     // The implementation in use: the installed one, else the Qt dialogs.
     static OrxDialogs& instance();

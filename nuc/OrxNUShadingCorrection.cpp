@@ -5,6 +5,7 @@
 #include "NucMapStatistics.h"
 #include "NucMapTransfer.h"
 #include "NucTargets.h"
+#include "OrxCameraActions.h"
 #include "OrxDialogs.h"
 #include "OrxMapView.h"
 #include "OrxPixmapLabel.h"
@@ -80,6 +81,48 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
             [this](int index) { model.setCurrent(index); });
     connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::activated), this,
             &OrxNUShadingCorrection::enableButtons);
+    addCameraButtons();
+}
+
+void OrxNUShadingCorrection::addCameraButtons()
+{
+    for (Series which : {Series::Dark, Series::Bright}) {
+        auto* button = new QPushButton(tr("Acquire..."), this);
+        button->setObjectName(which == Series::Dark ? "btnAcquireDarkImages"
+                                                    : "btnAcquireBrightImages");
+        button->setEnabled(false);
+        QBoxLayout* column =
+            which == Series::Dark ? ui->layoutDarkButtons : ui->layoutBrightButtons;
+        column->insertWidget(column->indexOf(widgets(which).deleteButton) + 1, button);
+        connect(button, &QPushButton::clicked, this, [this, which] { acquireFrames(which); });
+        acquireButtons[which] = button;
+    }
+    verifyButton = new QPushButton(tr("Verify Correction"), this);
+    verifyButton->setObjectName("btnVerifyCorrection");
+    verifyButton->setEnabled(false);
+    ui->layoutTransfers->addWidget(verifyButton, ui->layoutTransfers->rowCount(), 0);
+    connect(verifyButton, &QPushButton::clicked, this, &OrxNUShadingCorrection::verifyCorrection);
+}
+
+void OrxNUShadingCorrection::acquireFrames(Series which)
+{
+    const QStringList items = OrxCameraActions::acquire(this, input, which, model.camera());
+    if (items.isEmpty())
+        return;
+    const SeriesWidgets w = widgets(which);
+    for (const QString& text : items) {
+        auto* item = new QListWidgetItem(text, w.list);
+        // A frame kept in no file cannot be read again to be taken out.
+        if (!QFileInfo::exists(text))
+            item->setFlags(item->flags() & ~Qt::ItemIsSelectable);
+    }
+    w.meanLabel->setImage(*input.meanImage(which));
+    enableButtons();
+}
+
+void OrxNUShadingCorrection::verifyCorrection()
+{
+    OrxCameraActions::verify(this, model.camera(), model.currentSlot(), input);
 }
 
 OrxNUShadingCorrection::~OrxNUShadingCorrection()
@@ -131,6 +174,10 @@ void OrxNUShadingCorrection::enableButtons()
     restoreButton->setEnabled(uploadAllowed && !model.registerAccess());
     ui->btnUploadMapToCam->setEnabled(uploadAllowed && imagesLoaded);
     ui->btnSaveMapToFile->setEnabled(imagesLoaded);
+    const bool cameraOpen = model.camera() != nullptr;
+    for (QPushButton* acquire : acquireButtons)
+        acquire->setEnabled(cameraOpen);
+    verifyButton->setEnabled(cameraOpen && !model.mapSlots().isEmpty());
 }
 
 void OrxNUShadingCorrection::Reset()
@@ -154,6 +201,9 @@ void OrxNUShadingCorrection::Reset()
     ui->cmbShadingMapSelector->clear();
     ui->targetUserMapFileWidget->hide();
     imageFormat = QImage::Format_Grayscale16;
+    for (QPushButton* acquire : acquireButtons)
+        acquire->setEnabled(false);
+    verifyButton->setEnabled(false);
 }
 
 bool OrxNUShadingCorrection::SaveSettingsToUserSet()

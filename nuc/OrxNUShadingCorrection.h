@@ -118,6 +118,9 @@ private slots:
     void on_btnUploadMapToCam_clicked();
     void on_btnUploadLocalMap_clicked();
     void on_btnDownloadMapToFile_clicked();
+    // Frames from the opened camera into a series; a map entry verified.
+    void acquireFrames(Series which);
+    void verifyCorrection();
 
 protected:
     void _addSelectedFiles(Series which);
@@ -146,6 +149,9 @@ private:
         QPushButton* deleteButton;
     };
     SeriesWidgets widgets(Series which) const;
+    void addCameraButtons();
+    QPushButton* acquireButtons[2] = {};
+    QPushButton* verifyButton = nullptr;
     void _deleteButtonClicked(Series which);
     // The generated map in its own window, warnings included.
     void showGeneratedMap();

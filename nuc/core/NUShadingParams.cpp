@@ -3,6 +3,7 @@
 #include "NucKernels.h"
 #include "NucLargeBuffer.h"
 
+#include <algorithm>
 #include <new>
 
 NUShadingParams::NUShadingParams() = default;
@@ -204,6 +205,39 @@ bool NUShadingParams::makeNUCBright(float* darkMap)
     // The correction only brightens: gains below 1 become 1, above 2 become 2,
     // a zero mean gets 2, and NaN passes through unchanged.
     kernels.gainMap(map.get(), meanBuffer.get(), pixels, target);
+    return true;
+}
+
+bool NUShadingParams::copyRunningMeanFrom(const NUShadingParams& other)
+{
+    remainder8.reset();
+    remainder16.reset();
+    meanBuffer.reset();
+    allocatedPixels = 0;
+    count = 0;
+    width = other.width;
+    height = other.height;
+    if (!other.meanBuffer)
+        return true;
+    const size_t n = other.allocatedPixels;
+    meanBuffer.reset(NucLargeBuffer::allocate<float>(n, false));
+    if (other.remainder8)
+        remainder8.reset(NucLargeBuffer::allocate<quint8>(n, false));
+    else
+        remainder16.reset(NucLargeBuffer::allocate<quint16>(n, false));
+    if (!meanBuffer || !(remainder8 || remainder16)) {
+        meanBuffer.reset();
+        remainder8.reset();
+        remainder16.reset();
+        return false;
+    }
+    std::copy_n(other.meanBuffer.get(), n, meanBuffer.get());
+    if (remainder8)
+        std::copy_n(other.remainder8.get(), n, remainder8.get());
+    else
+        std::copy_n(other.remainder16.get(), n, remainder16.get());
+    allocatedPixels = other.allocatedPixels;
+    count = other.count;
     return true;
 }
 

@@ -48,6 +48,12 @@ public:
     // Releases all three buffers and empties the series; size and targets stay.
     void clear();
 
+    // Makes this series' running mean (count, size, remainder, float mean) a
+    // copy of other's, leaving the map and targets alone: a caller keeps a
+    // copy to put a series back exactly. False when memory runs out (this
+    // series is then empty).
+    bool copyRunningMeanFrom(const NUShadingParams& other);
+
     // Element width of remainder follows the series' pixel width: exactly one
     // of the two is allocated while the series holds images.
     std::unique_ptr<quint8[]> remainder8;

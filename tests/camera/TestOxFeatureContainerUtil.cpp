@@ -80,7 +80,7 @@ void TestOxFeatureContainerUtil::getByType_data()
     QTest::addColumn<QVariant>("value");
     QTest::newRow("integer") << QByteArray("Width") << int(QMetaType::LongLong) << QVariant(640LL);
     QTest::newRow("float") << QByteArray("ExposureTime") << int(QMetaType::Double)
-                           << QVariant(5000.0);
+                           << QVariant(10000.0);
     QTest::newRow("enumeration") << QByteArray("PixelFormat") << int(QMetaType::QString)
                                  << QVariant("Mono8");
     QTest::newRow("string") << QByteArray("DeviceUserID") << int(QMetaType::QString)

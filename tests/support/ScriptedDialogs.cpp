@@ -1,5 +1,7 @@
 #include "ScriptedDialogs.h"
 
+#include <QDialog>
+
 ScriptedDialogs::ScriptedDialogs()
 {
     OrxDialogs::install(this);
@@ -107,4 +109,10 @@ QString ScriptedDialogs::getText(QWidget*, const QString& title, const QString& 
     const QVariant answer = chooser(Text, title, label, QString());
     *ok = answer.isValid();
     return answer.toString();
+}
+
+int ScriptedDialogs::exec(QDialog* dialog)
+{
+    calls.append({Dialog, dialog->windowTitle(), QString(), QString()});
+    return drive ? drive(dialog) : int(QDialog::Rejected);
 }

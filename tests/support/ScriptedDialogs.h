@@ -6,6 +6,8 @@
 #include <QQueue>
 #include <QVariant>
 
+#include <functional>
+
 // A dialog seam for tests: records every dialog the code asks for and answers
 // from a queue. Installs itself on construction and restores the Qt dialogs
 // when destroyed.
@@ -30,7 +32,8 @@ public:
         SaveFileName,
         ExistingDirectory,
         Text,
-        Item
+        Item,
+        Dialog // one of the program's own dialogs: its window title
     };
 
     struct Call
@@ -50,6 +53,9 @@ public:
 
     QList<Call> calls;
     QQueue<QVariant> answers;
+    // Drives a dialog of the program's own in place of the user; without it
+    // such a dialog is rejected at once.
+    std::function<int(QDialog*)> drive;
 
     QMessageBox::StandardButton information(QWidget*, const QString& title, const QString& text,
                                             QMessageBox::StandardButtons,
@@ -77,6 +83,7 @@ public:
                 const QStringList& items) override;
     QString getText(QWidget*, const QString& title, const QString& label, const QString& text,
                     bool* ok) override;
+    int exec(QDialog* dialog) override;
 
 private:
     QMessageBox::StandardButton box(Kind kind, const QString& title, const QString& text,

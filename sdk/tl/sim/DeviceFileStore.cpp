@@ -73,6 +73,7 @@ bool DeviceFileStore::commit(const std::string& key, const std::vector<uint8_t>&
 {
     if (!makeFolders(m_folder))
         return false;
+    ++m_revision;
     const std::string target = pathOf(key);
     const std::string temp = target + ".partial";
     int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
@@ -98,6 +99,7 @@ bool DeviceFileStore::commit(const std::string& key, const std::vector<uint8_t>&
 
 bool DeviceFileStore::remove(const std::string& key)
 {
+    ++m_revision;
     return ::unlink(pathOf(key).c_str()) == 0 || errno == ENOENT;
 }
 

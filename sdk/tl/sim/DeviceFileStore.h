@@ -24,6 +24,10 @@ public:
 
     std::string pathOf(const std::string& key) const;
 
+    // Counts the commits and removals made through this store, so a reader
+    // can tell that what it took from a file may have changed.
+    uint64_t revision() const { return m_revision; }
+
     // HVX_SIM_STATE, else $XDG_DATA_HOME/orvex-sim, else ~/.local/share/orvex-sim.
     static std::string defaultStateRoot();
     // A folder name safe for any camera or file name.
@@ -31,6 +35,7 @@ public:
 
 private:
     std::string m_folder;
+    uint64_t m_revision = 0;
 };
 
 } // namespace hvsim

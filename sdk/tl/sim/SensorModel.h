@@ -21,15 +21,18 @@ public:
     const std::string& pixelFormat() const { return m_pixelFormat; }
     uint32_t bytesPerPixel() const { return m_bits > 8 ? 2 : 1; }
     uint32_t maxValue() const { return (1u << m_bits) - 1; }
+    // Grey levels of one offset code of a map word in this format: 4 for the
+    // 16-bit formats, a quarter for Mono8.
+    double offsetStep() const { return m_bits > 8 ? 4.0 : 0.25; }
 
     // Mean signal of an even scene as a fraction of full scale for the given
     // exposure (µs) and gain (dB); the scene saturates at 20 ms, 0 dB.
     double sceneLevel(double exposureUs, double gainDb) const;
 
     // One frame, little-endian for 16-bit formats, row-major. `illumination`
-    // scales the scene (0 = lens cap on).
+    // scales the scene (0 = lens cap on); `noiseSeed` picks the frame's noise.
     std::vector<uint8_t> capture(double exposureUs, double gainDb, double illumination,
-                                 uint64_t frameNumber) const;
+                                 uint64_t noiseSeed) const;
 
     float darkOffset(size_t i) const { return m_offset[i]; }
     float pixelGain(size_t i) const { return m_gain[i]; }

@@ -1,11 +1,14 @@
 #include "SimCamera.h"
 
 #include "MapFileFormat.h"
+#include "ShadingCorrection.h"
 
 #include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <cstring>
+#include <cstdlib>
+#include <random>
 
 namespace hvsim {
 
@@ -77,6 +80,21 @@ uint64_t fnv1a(const std::string& s)
     return h;
 }
 
+// Where the settings a powered camera keeps live in the camera's folder.
+const char* const kSettingsKey = "FeatureValues.json";
+
+// A value the host set that the camera keeps: not the File Access state of a
+// transfer, and not the parameter lock of a stream, which ends with the host
+// that started it.
+bool isSetting(const SimFeature& f)
+{
+    const bool valueType = f.type == FeatureType::Integer || f.type == FeatureType::Float ||
+                           f.type == FeatureType::Enumeration || f.type == FeatureType::String ||
+                           f.type == FeatureType::Boolean;
+    return valueType && f.access == Access::ReadWrite && !f.dynamicAccess &&
+           f.name.compare(0, 4, "File") != 0 && f.name != "TLParamsLocked";
+}
+
 // Settings a User Set keeps.
 const char* const kUserSetFeatures[] = {"ExposureTime", "Gain", "Shading_Control",
                                         "Shading_MapSelect"};
@@ -88,13 +106,23 @@ const char* const kTLParameters[] = {
     "OffsetX",       "OffsetY", "BinningHorizontal", "BinningVertical",
     "GVSPPacketSize"};
 
+// Different in every run, so no two runs of a program see the same noise,
+// unless HVX_SIM_NOISE_SEED fixes it (tests that compare frames byte for byte).
+uint64_t noiseSeed()
+{
+    if (const char* fixed = std::getenv("HVX_SIM_NOISE_SEED"))
+        return std::strtoull(fixed, nullptr, 0);
+    return uint64_t(std::random_device{}()) << 32 | std::random_device{}();
+}
+
 } // namespace
 
 SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
                      std::function<void(const std::string&)> onDisconnect)
     : m_config(std::move(config)), m_onDisconnect(std::move(onDisconnect)),
       m_lock(std::make_shared<std::recursive_mutex>()), m_trace(std::make_shared<SimTrace>()),
-      m_store(stateRoot + "/" + DeviceFileStore::safeName(m_config.serial))
+      m_store(stateRoot + "/" + DeviceFileStore::safeName(m_config.serial)),
+      m_noiseSeed(noiseSeed())
 {
     m_features = std::make_unique<SimFeatureSet>(m_lock, m_trace, "camera");
     m_features->setInterceptor(
@@ -116,6 +144,11 @@ SimCamera::SimCamera(CameraConfig config, const std::string& stateRoot,
     for (auto& stream : m_streams)
         lockTLParameters(*stream);
     applyLatencies();
+    loadSettings();
+    m_features->setWriteListener([this](const SimFeature& f) {
+        if (isSetting(f))
+            saveSettings();
+    });
 }
 
 void SimCamera::lockTLParameters(SimFeatureSet& set)
@@ -157,7 +190,8 @@ void SimCamera::buildDeviceFeatures()
                            : m_config.pixelFormat == "Mono12" ? 0x01100005
                                                               : 0x01080001;
     fs.add(enumFeature("PixelFormat", {EnumEntry{m_config.pixelFormat, format, {}}}, format));
-    fs.add(floatFeature("ExposureTime", 5000.0, 10.0, 1000000.0));
+    // About half of full scale with the default scene.
+    fs.add(floatFeature("ExposureTime", 10000.0, 10.0, 1000000.0));
     fs.add(floatFeature("Gain", 0.0, 0.0, 24.0));
     SimFeature reverse;
     reverse.name = "ReverseX";
@@ -229,6 +263,7 @@ void SimCamera::buildDeviceFeatures()
                     f->intValue = j[name].get<int64_t>();
             }
         }
+        saveSettings();
         return Ok;
     }));
 
@@ -436,7 +471,131 @@ Status SimCamera::setRegisterValue(uint64_t address, uint32_t value)
     if (int64_t(value) < f->intMin || int64_t(value) > f->intMax)
         return InvalidValue;
     f->intValue = value;
+    saveSettings();
     return Ok;
+}
+
+const std::vector<uint16_t>* SimCamera::activeMap()
+{
+    if (!m_fileAccess)
+        return nullptr;
+    std::string selector, fileName;
+    if (m_config.shadingControl) {
+        const SimFeature* on = m_features->find("Shading_Control");
+        const SimFeature* select = m_features->find("Shading_MapSelect");
+        if (!on || !select || on->intValue != 1)
+            return nullptr;
+        int64_t index = select->intValue;
+        for (const auto& e : m_config.files)
+            if (e.kind == FileKind::ShadingMap && index-- == 0)
+                selector = e.selector;
+    } else if (m_config.nucUserMaps > 0 && m_nucSelection >= 5) {
+        // "Off" and the neutral "FactoryMap" correct nothing.
+        for (const auto& e : m_config.files)
+            if (e.kind == FileKind::UserMap && selector.empty())
+                selector = e.selector;
+        fileName = "nuc_usermap" + std::to_string(m_nucSelection - 5) + ".ge3";
+    }
+    if (selector.empty())
+        return nullptr;
+    ActiveMap& a = m_activeMap;
+    if (!a.loaded || a.selector != selector || a.fileName != fileName ||
+        a.revision != m_store.revision()) {
+        std::vector<uint8_t> file;
+        m_fileAccess->storedContent(selector, fileName, file);
+        const std::vector<uint8_t> bytes = MapFileFormat::mapBytes(file);
+        a.words.resize(bytes.size() / 2);
+        a.neutral = true;
+        for (size_t i = 0; i < a.words.size(); ++i) {
+            a.words[i] = uint16_t(bytes[2 * i] | bytes[2 * i + 1] << 8);
+            a.neutral = a.neutral && a.words[i] == 0;
+        }
+        a.selector = selector;
+        a.fileName = fileName;
+        a.revision = m_store.revision();
+        a.loaded = true;
+    }
+    return a.neutral ? nullptr : &a.words;
+}
+
+void SimCamera::loadSettings()
+{
+    std::vector<uint8_t> bytes;
+    if (!m_store.load(kSettingsKey, bytes))
+        return;
+    const nlohmann::json j = nlohmann::json::parse(bytes.begin(), bytes.end(), nullptr, false);
+    if (!j.is_object())
+        return;
+    for (const auto& [name, value] : j.items()) {
+        SimFeature* f = m_features->find(name);
+        if (!f || !isSetting(*f))
+            continue;
+        // A value the configuration no longer allows is dropped.
+        FeatureValue v;
+        bool valid = false;
+        if (f->type == FeatureType::Float && value.is_number()) {
+            v.f = value.get<double>();
+            valid = v.f >= f->floatMin && v.f <= f->floatMax;
+        } else if (f->type == FeatureType::Boolean && value.is_boolean()) {
+            v.b = value.get<bool>();
+            valid = true;
+        } else if (f->type == FeatureType::String && value.is_string()) {
+            v.s = value.get<std::string>();
+            valid = true;
+        } else if ((f->type == FeatureType::Integer || f->type == FeatureType::Enumeration) &&
+                   value.is_number_integer()) {
+            v.i = value.get<int64_t>();
+            valid = f->type == FeatureType::Enumeration ? f->entryByValue(v.i) != nullptr
+                                                        : v.i >= f->intMin && v.i <= f->intMax;
+        }
+        if (!valid || (f->onWrite && f->onWrite(*f, v) != Ok))
+            continue;
+        switch (f->type) {
+        case FeatureType::Float:
+            f->floatValue = v.f;
+            break;
+        case FeatureType::Boolean:
+            f->boolValue = v.b;
+            break;
+        case FeatureType::String:
+            f->stringValue = v.s;
+            break;
+        default:
+            f->intValue = v.i;
+            break;
+        }
+    }
+    m_savedSettings = j.dump();
+}
+
+void SimCamera::saveSettings()
+{
+    nlohmann::json j = nlohmann::json::object();
+    for (const auto& name : m_features->names()) {
+        SimFeature* f = m_features->find(name);
+        if (!isSetting(*f))
+            continue;
+        if (f->onRead)
+            f->onRead(*f);
+        switch (f->type) {
+        case FeatureType::Float:
+            j[name] = f->floatValue;
+            break;
+        case FeatureType::Boolean:
+            j[name] = f->boolValue;
+            break;
+        case FeatureType::String:
+            j[name] = f->stringValue;
+            break;
+        default:
+            j[name] = f->intValue;
+            break;
+        }
+    }
+    const std::string text = j.dump();
+    if (text != m_savedSettings &&
+        m_store.commit(kSettingsKey, std::vector<uint8_t>(text.begin(), text.end())))
+        m_savedSettings = text;
 }
 
 Status SimCamera::readMemory(uint64_t address, uint8_t* buffer, uint32_t size, uint32_t* completed)
@@ -520,7 +679,9 @@ Status SimCamera::acquireSingleImage(SimFrame& frame)
                                                  m_config.pixelFormat, fnv1a(m_config.serial));
     frame.pixels = m_sensor->capture(
         m_features->find("ExposureTime")->floatValue, m_features->find("Gain")->floatValue,
-        m_features->find("SimulatedIllumination")->floatValue, frame.frameId);
+        m_features->find("SimulatedIllumination")->floatValue, m_noiseSeed + frame.frameId);
+    if (const std::vector<uint16_t>* map = activeMap())
+        applyShadingMap(frame.pixels, m_sensor->bytesPerPixel(), m_sensor->maxValue(), *map);
     return Ok;
 }
 

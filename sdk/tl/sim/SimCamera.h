@@ -86,6 +86,13 @@ private:
     void loadMapArea();
     uint32_t registerValue(uint64_t address);
     Status setRegisterValue(uint64_t address, uint32_t value);
+    // The map words of the correction that is switched on, null when none
+    // is (or the map is the neutral factory map).
+    const std::vector<uint16_t>* activeMap();
+    // The camera's settings survive the program, as a camera that stays
+    // powered keeps them: kept in the state folder after every change.
+    void loadSettings();
+    void saveSettings();
 
     CameraConfig m_config;
     std::function<void(const std::string&)> m_onDisconnect;
@@ -103,6 +110,17 @@ private:
     int m_chunks = 0;
     int64_t m_nucSelection = 0;
     uint64_t m_frameCounter = 0;
+    uint64_t m_noiseSeed; // added to the frame id for the sensor's noise
+    struct ActiveMap
+    {
+        std::string selector;
+        std::string fileName;
+        uint64_t revision = 0;
+        bool loaded = false;
+        bool neutral = true;
+        std::vector<uint16_t> words;
+    } m_activeMap;
+    std::string m_savedSettings;
 };
 
 } // namespace hvsim

@@ -123,6 +123,8 @@ Status SimFeatureSet::writeValue(SimFeature& f, const FeatureValue& v)
     case FeatureType::Unknown:
         break;
     }
+    if (m_writeListener)
+        m_writeListener(f);
     return Ok;
 }
 

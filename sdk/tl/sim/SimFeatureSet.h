@@ -37,6 +37,11 @@ public:
     SimFeature* find(const std::string& name);
     std::vector<std::string> names() const;
     void setInterceptor(Interceptor interceptor) { m_interceptor = std::move(interceptor); }
+    // Told of every value a host wrote successfully, under the camera's lock.
+    void setWriteListener(std::function<void(const SimFeature&)> listener)
+    {
+        m_writeListener = std::move(listener);
+    }
     std::recursive_mutex& mutex() { return *m_lock; }
 
     bool has(const std::string& name) const;
@@ -88,6 +93,7 @@ private:
     std::map<std::string, SimFeature> m_features;
     std::vector<std::string> m_order;
     Interceptor m_interceptor;
+    std::function<void(const SimFeature&)> m_writeListener;
 };
 
 } // namespace hvsim

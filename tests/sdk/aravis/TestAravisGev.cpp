@@ -142,7 +142,7 @@ TEST_F(GevCamera, FeaturesOfEveryTypeWithTheirErrors)
     EXPECT_EQ(HvErrorNotFound, camera->GetFeatureByName("Shading_Missing", missing));
     ASSERT_EQ(HvErrorSuccess, Feature(camera, "UserSetSave")->RunCommand());
     const Bytes saved = Stored("UserSet2.json");
-    EXPECT_EQ(R"({"ExposureTime":5000.0,"Gain":6.5,"Shading_Control":0,"Shading_MapSelect":1})",
+    EXPECT_EQ(R"({"ExposureTime":10000.0,"Gain":6.5,"Shading_Control":0,"Shading_MapSelect":1})",
               std::string(saved.begin(), saved.end()));
 }
 

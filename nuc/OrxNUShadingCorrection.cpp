@@ -21,6 +21,7 @@
 #include <QProgressDialog>
 #include <QThread>
 
+#include <atomic>
 #include <limits>
 
 namespace {
@@ -602,7 +603,9 @@ bool OrxNUShadingCorrection::question(const QString& title, const QString& text,
     // Asked from the file task (a backup that failed): the box opens on the
     // panel's thread while the task waits for the answer.
     if (QThread::currentThread() != thread()) {
-        bool answer = false;
+        // Atomic: the hand-back through Qt's blocking call is invisible to
+        // ThreadSanitizer, which is not built into Qt.
+        std::atomic<bool> answer{false};
         QMetaObject::invokeMethod(
             this, [&] { answer = !closingFileTask && question(title, text, noByDefault); },
             Qt::BlockingQueuedConnection);

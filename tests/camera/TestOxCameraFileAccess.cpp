@@ -201,10 +201,6 @@ void TestOxCameraFileAccess::uploadChunks_data()
                             << QStringList{"65536", "18928"}
                             << QStringList{"65536", "65536", "18928"} << QList<qint64>{84464, 0}
                             << 150000;
-    QTest::newRow("four chunks") << plain << 200000 << QStringList{"0", "65536", "131072", "196608"}
-                                 << QStringList{"65536", "3392"}
-                                 << QStringList{"65536", "65536", "65536", "3392"}
-                                 << QList<qint64>{134464, 68928, 0} << 200000;
     QTest::newRow("camera takes 1024 bytes at most")
         << QJsonObject{{"fileAccessMaxLength", 1024}} << 3000 << QStringList{"0", "1024", "2048"}
         << QStringList{"1024", "952"} << QStringList{"1024", "1024", "952"}

@@ -64,11 +64,19 @@ void verify(QWidget* parent, OxCamera* camera, const OxMapEntry& entry, const Nu
         OrxDialogs::instance().critical(parent, title, error);
         return;
     }
+    // The camera's own correction setting comes back afterwards unless the
+    // operator wants this map to stay switched on.
+    const bool keep = OrxDialogs::instance().question(
+                          parent, title,
+                          tr("Keep map '%1' switched on after the verification?\n"
+                             "No puts the camera's previous correction setting back.")
+                              .arg(entry.name),
+                          QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
     QProgressDialog progress(tr("Taking frames..."), tr("Cancel"), 0, 2 * frames, parent);
     progress.setWindowTitle(title);
     progress.setWindowModality(Qt::WindowModal);
     CorrectionVerification verification(camera, entry.name, frames);
-    const bool done = verification.run(false, [&progress](int k, int total) {
+    const bool done = verification.run(keep, [&progress](int k, int total) {
         progress.setLabelText(tr("Frame %1 of %2").arg(k).arg(total));
         progress.setValue(k);
         return !progress.wasCanceled();

@@ -4,6 +4,7 @@
 #include "OrxCorrectionReportWindow.h"
 #include "OrxNUShadingCorrection.h"
 #include "OxCamera.h"
+#include "OxFeatureContainer.h"
 #include "PanelCameras.h"
 #include "ScriptedDialogs.h"
 #include "SimSession.h"
@@ -90,7 +91,11 @@ private slots:
             long written = 0;
             QVERIFY(panel.model.camera()->UploadBuffer(
                 std::vector<unsigned char>(map.begin(), map.end()), "", "ShadingMap0", &written));
+            dialogs.answer(QMessageBox::Yes); // keep the map switched on
             verify->click();
+            QVariant control;
+            QVERIFY(panel.model.features()->GetValue("Shading_Control", control));
+            QCOMPARE(control.toInt(), 1);
             auto* window = panel.findChild<OrxCorrectionReportWindow*>();
             QVERIFY2(window,
                      qPrintable(dialogs.calls.isEmpty() ? QString() : dialogs.calls.last().text));
@@ -101,8 +106,13 @@ private slots:
             QVERIFY(!dark->isEnabled() && !verify->isEnabled());
         }
         handle->Close();
-        QCOMPARE(dialogs.calls.size(), 2); // the two acquisition dialogs, nothing else
+        // The two acquisition dialogs and the question, nothing else.
+        QCOMPARE(dialogs.calls.size(), 3);
         QCOMPARE(dialogs.calls[0].title, QString("Acquire Dark Images"));
+        QCOMPARE(dialogs.calls[2].title, QString("Verify Correction"));
+        QCOMPARE(dialogs.calls[2].text,
+                 QString("Keep map 'ShadingMap0' switched on after the verification?\n"
+                         "No puts the camera's previous correction setting back."));
     }
 };
 

@@ -439,6 +439,7 @@ void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
         ui->btnUploadMapToCam->setEnabled(!locked);
         OrxDialogs::instance().information(this, title, tr("Generate map successful!"));
         showGeneratedMap();
+        logGeneration(mapView->statistics());
     } else {
         OrxDialogs::instance().critical(this, title, NucMapPipeline::generationFailedText());
     }
@@ -460,6 +461,25 @@ void OrxNUShadingCorrection::showGeneratedMap()
                     tr("Generated map for %1").arg(model.currentSlot().name), saturation);
     mapView->show();
     mapView->raise();
+}
+
+void OrxNUShadingCorrection::logGeneration(const NucMapStatistics& stats)
+{
+    auto images = [](quint32 count) {
+        return count == 1 ? tr("1 image") : tr("%1 images").arg(count);
+    };
+    emit sendLogMessage(tr("Map generated from the dark series (%1) and the bright series (%2)")
+                            .arg(images(input.darkParams.count), images(input.brightParams.count)),
+                        LogInfo);
+    emit sendLogMessage(tr("Clamped pixels: gain code 0: %1, gain code %2: %3, offset code 0: %4, "
+                           "offset code %5: %6")
+                            .arg(stats.gain.atZero)
+                            .arg(NucMapStatistics::GainTop)
+                            .arg(stats.gain.atTop)
+                            .arg(stats.offset.atZero)
+                            .arg(NucMapStatistics::OffsetTop)
+                            .arg(stats.offset.atTop),
+                        LogInfo);
 }
 
 void OrxNUShadingCorrection::shading_map_reset()

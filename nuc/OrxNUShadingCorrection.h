@@ -19,6 +19,7 @@ class QListWidget;
 class QListWidgetItem;
 class QProgressDialog;
 class QPushButton;
+class NucMapStatistics;
 class OrxMapView;
 class OrxPixmapLabel;
 
@@ -155,6 +156,8 @@ private:
     void _deleteButtonClicked(Series which);
     // The generated map in its own window, warnings included.
     void showGeneratedMap();
+    // How many images each series holds and how many pixels the map clamps.
+    void logGeneration(const NucMapStatistics& stats);
     float targetGain() const;
     quint16 targetOffset() const;
 

@@ -340,11 +340,21 @@ private slots:
         QVERIFY(panel.bind(*sim, "GEN-1"));
         auto* generate = panel.button("btnGenerateMap");
         generate->click();
-        panel.add(dialogs, Series::Dark, {file("d16.png")});
+        panel.add(dialogs, Series::Dark, {file("d16.png"), file("d16b.png")});
         generate->click();
         QVERIFY(!panel.button("btnSaveMapToFile")->isEnabled());
         panel.add(dialogs, Series::Bright, {file("d16b.png")});
+        // Below 1 the target gain clamps every gain code at 0.
+        panel.child<QLineEdit>("TargetGainEdit")->setText("0.9");
+        QSignalSpy logged(&panel, &OrxNUShadingCorrection::sendLogMessage);
         generate->click();
+        QStringList lines;
+        for (const QList<QVariant>& line : logged)
+            lines << line[0].toString();
+        QCOMPARE(lines, QStringList({"Map generated from the dark series (2 images) and the bright "
+                                     "series (1 image)",
+                                     "Clamped pixels: gain code 0: 8, gain code 1023: 0, offset "
+                                     "code 0: 0, offset code 63: 0"}));
         QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, true, true}));
         // The map is shown in a window of its own.
         auto* view = panel.findChild<OrxMapView*>();

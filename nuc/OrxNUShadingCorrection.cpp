@@ -1,5 +1,6 @@
 #include "OrxNUShadingCorrection.h"
 
+#include "NucContrastStretch.h"
 #include "NucMapPacking.h"
 #include "NucMapPipeline.h"
 #include "NucMapStatistics.h"
@@ -14,6 +15,7 @@
 #include "ui_OrxNUShadingCorrection.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
@@ -83,6 +85,18 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::activated), this,
             &OrxNUShadingCorrection::enableButtons);
     addCameraButtons();
+    // One switch for both tabs: the mean images as they are, or stretched
+    // so that a dark one is not solid black.
+    stretchBox = new QCheckBox(tr("Stretch Contrast"), this);
+    stretchBox->setObjectName(QStringLiteral("chkContrastStretch"));
+    stretchBox->setToolTip(tr("Show the mean images with their grey levels spread over the "
+                              "whole range; the map is made from the images as they are"));
+    stretchBox->setChecked(true);
+    ui->tabWidget->setCornerWidget(stretchBox, Qt::TopRightCorner);
+    connect(stretchBox, &QCheckBox::toggled, this, [this] {
+        for (Series which : {Series::Dark, Series::Bright})
+            showMean(which);
+    });
 }
 
 void OrxNUShadingCorrection::addCameraButtons()
@@ -117,7 +131,7 @@ void OrxNUShadingCorrection::acquireFrames(Series which)
         if (!QFileInfo::exists(text))
             item->setFlags(item->flags() & ~Qt::ItemIsSelectable);
     }
-    w.meanLabel->setImage(*input.meanImage(which));
+    showMean(which);
     enableButtons();
 }
 
@@ -274,7 +288,7 @@ bool OrxNUShadingCorrection::loadImagefromFile(QString const& path, Series which
     NucImageInput::Message message;
     const bool loaded = input.loadImagefromFile(path, which, &message);
     if (loaded) {
-        widgets(which).meanLabel->setImage(*input.meanImage(which));
+        showMean(which);
         return true;
     }
     if (!message.detail.isEmpty())
@@ -285,6 +299,13 @@ bool OrxNUShadingCorrection::loadImagefromFile(QString const& path, Series which
     else
         OrxDialogs::instance().critical(this, title, message.text);
     return false;
+}
+
+void OrxNUShadingCorrection::showMean(Series which)
+{
+    const QImage& mean = *input.meanImage(which);
+    widgets(which).meanLabel->setImage(stretchBox->isChecked() ? NucContrastStretch::stretched(mean)
+                                                               : mean);
 }
 
 void OrxNUShadingCorrection::_addSelectedFiles(Series which)
@@ -338,7 +359,7 @@ void OrxNUShadingCorrection::on_btnAddBrightImage_clicked()
 void OrxNUShadingCorrection::deleteImagefromParams(QString const& path, Series which)
 {
     input.deleteImagefromParams(path, which);
-    widgets(which).meanLabel->setImage(*input.meanImage(which));
+    showMean(which);
 }
 
 void OrxNUShadingCorrection::_deleteSelectedFiles(Series which)

@@ -15,6 +15,7 @@
 #include <functional>
 
 class OxCamera;
+class QCheckBox;
 class QListWidget;
 class QListWidgetItem;
 class QProgressDialog;
@@ -154,6 +155,10 @@ private:
     QPushButton* acquireButtons[2] = {};
     QPushButton* verifyButton = nullptr;
     void _deleteButtonClicked(Series which);
+    // The series' mean image in its label, contrast-stretched while the
+    // operator leaves the stretch on.
+    void showMean(Series which);
+    QCheckBox* stretchBox = nullptr;
     // The generated map in its own window, warnings included.
     void showGeneratedMap();
     // How many images each series holds and how many pixels the map clamps.

@@ -15,6 +15,7 @@
 
 #include <Hvx/Camera.h>
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
@@ -293,7 +294,12 @@ private slots:
         deleteDark->click();
         QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("d16b.png")});
         QVERIFY(!deleteDark->isEnabled());
-        QVERIFY(!darkLabel->image().isNull());
+        // Shown stretched (flat grey 100 of 65535 becomes mid grey), or as it is.
+        QImage midGrey(4, 2, QImage::Format_Grayscale8);
+        midGrey.fill(128);
+        QCOMPARE(darkLabel->image(), midGrey);
+        panel.child<QCheckBox>("chkContrastStretch")->setChecked(false);
+        QCOMPARE(darkLabel->image(), panel.input.darkMean);
 
         panel.deleteAll(Series::Dark);
         QVERIFY(darkLabel->image().isNull());

@@ -68,13 +68,19 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     ui->btnDownloadMapToFile->parentWidget()->layout()->addWidget(restoreButton);
     connect(restoreButton, &QPushButton::clicked, this,
             [this] { model.transfer().restoreBackup(); });
+    // Any map file, of this camera or not, in the map view.
+    auto* openMapButton = new QPushButton(tr("Open Map File…"), this);
+    openMapButton->setObjectName(QStringLiteral("btnOpenMapFile"));
+    ui->btnDownloadMapToFile->parentWidget()->layout()->addWidget(openMapButton);
+    connect(openMapButton, &QPushButton::clicked, this, &OrxNUShadingCorrection::openMapFile);
     // The main actions from the keyboard; a tooltip names each key.
     const std::pair<QPushButton*, QKeySequence> shortcuts[] = {
         {ui->btnGenerateMap, QKeySequence(Qt::CTRL + Qt::Key_G)},
         {ui->btnSaveMapToFile, QKeySequence::Save},
         {ui->btnUploadMapToCam, QKeySequence(Qt::CTRL + Qt::Key_U)},
         {ui->btnUploadLocalMap, QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_U)},
-        {ui->btnDownloadMapToFile, QKeySequence(Qt::CTRL + Qt::Key_D)}};
+        {ui->btnDownloadMapToFile, QKeySequence(Qt::CTRL + Qt::Key_D)},
+        {openMapButton, QKeySequence::Open}};
     for (const auto& [button, keys] : shortcuts) {
         button->setShortcut(keys);
         button->setToolTip(keys.toString(QKeySequence::NativeText));
@@ -466,20 +472,25 @@ void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
     }
 }
 
-void OrxNUShadingCorrection::showGeneratedMap()
+OrxMapView* OrxNUShadingCorrection::mapWindow()
 {
     if (mapView == nullptr) {
         mapView = new OrxMapView(this);
         mapView->setWindowFlag(Qt::Window);
         mapView->resize(900, 600);
     }
+    return mapView;
+}
+
+void OrxNUShadingCorrection::showGeneratedMap()
+{
     QStringList saturation;
     const QString warning = NucMapStatistics::saturationWarning(input.brightMean);
     if (!warning.isEmpty())
         saturation << warning;
-    mapView->setMap(model.packedMap(), quint32(input.brightParams.width),
-                    quint32(input.brightParams.height),
-                    tr("Generated map for %1").arg(model.currentSlot().name), saturation);
+    mapWindow()->setMap(model.packedMap(), quint32(input.brightParams.width),
+                        quint32(input.brightParams.height),
+                        tr("Generated map for %1").arg(model.currentSlot().name), saturation);
     mapView->show();
     mapView->raise();
 }
@@ -501,6 +512,26 @@ void OrxNUShadingCorrection::logGeneration(const NucMapStatistics& stats)
                             .arg(NucMapStatistics::OffsetTop)
                             .arg(stats.offset.atTop),
                         LogInfo);
+}
+
+void OrxNUShadingCorrection::openMapFile()
+{
+    const QString path = OrxDialogs::instance().getOpenFileName(
+        this, tr("Open Map File"), model.storedMapDir(), tr("Map files (*.bin *.ge3)"));
+    if (!path.isEmpty())
+        showMapFile(path);
+}
+
+void OrxNUShadingCorrection::showMapFile(const QString& path)
+{
+    QString error;
+    if (!mapWindow()->openFile(path, &error)) {
+        emit sendLogMessage(error, LogError);
+        OrxDialogs::instance().critical(this, tr("Open Map File"), error);
+        return;
+    }
+    mapView->show();
+    mapView->raise();
 }
 
 void OrxNUShadingCorrection::shading_map_reset()

@@ -1,5 +1,6 @@
 #include "OrxNUShadingCorrection.h"
 
+#include "NucContrastStretch.h"
 #include "NucMapPacking.h"
 #include "NucMapPipeline.h"
 #include "NucMapStatistics.h"
@@ -14,6 +15,7 @@
 #include "ui_OrxNUShadingCorrection.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
@@ -66,13 +68,19 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     ui->btnDownloadMapToFile->parentWidget()->layout()->addWidget(restoreButton);
     connect(restoreButton, &QPushButton::clicked, this,
             [this] { model.transfer().restoreBackup(); });
+    // Any map file, of this camera or not, in the map view.
+    auto* openMapButton = new QPushButton(tr("Open Map File…"), this);
+    openMapButton->setObjectName(QStringLiteral("btnOpenMapFile"));
+    ui->btnDownloadMapToFile->parentWidget()->layout()->addWidget(openMapButton);
+    connect(openMapButton, &QPushButton::clicked, this, &OrxNUShadingCorrection::openMapFile);
     // The main actions from the keyboard; a tooltip names each key.
     const std::pair<QPushButton*, QKeySequence> shortcuts[] = {
         {ui->btnGenerateMap, QKeySequence(Qt::CTRL + Qt::Key_G)},
         {ui->btnSaveMapToFile, QKeySequence::Save},
         {ui->btnUploadMapToCam, QKeySequence(Qt::CTRL + Qt::Key_U)},
         {ui->btnUploadLocalMap, QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_U)},
-        {ui->btnDownloadMapToFile, QKeySequence(Qt::CTRL + Qt::Key_D)}};
+        {ui->btnDownloadMapToFile, QKeySequence(Qt::CTRL + Qt::Key_D)},
+        {openMapButton, QKeySequence::Open}};
     for (const auto& [button, keys] : shortcuts) {
         button->setShortcut(keys);
         button->setToolTip(keys.toString(QKeySequence::NativeText));
@@ -83,6 +91,18 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::activated), this,
             &OrxNUShadingCorrection::enableButtons);
     addCameraButtons();
+    // One switch for both tabs: the mean images as they are, or stretched
+    // so that a dark one is not solid black.
+    stretchBox = new QCheckBox(tr("Stretch Contrast"), this);
+    stretchBox->setObjectName(QStringLiteral("chkContrastStretch"));
+    stretchBox->setToolTip(tr("Show the mean images with their grey levels spread over the "
+                              "whole range; the map is made from the images as they are"));
+    stretchBox->setChecked(true);
+    ui->tabWidget->setCornerWidget(stretchBox, Qt::TopRightCorner);
+    connect(stretchBox, &QCheckBox::toggled, this, [this] {
+        for (Series which : {Series::Dark, Series::Bright})
+            showMean(which);
+    });
 }
 
 void OrxNUShadingCorrection::addCameraButtons()
@@ -117,7 +137,7 @@ void OrxNUShadingCorrection::acquireFrames(Series which)
         if (!QFileInfo::exists(text))
             item->setFlags(item->flags() & ~Qt::ItemIsSelectable);
     }
-    w.meanLabel->setImage(*input.meanImage(which));
+    showMean(which);
     enableButtons();
 }
 
@@ -274,7 +294,7 @@ bool OrxNUShadingCorrection::loadImagefromFile(QString const& path, Series which
     NucImageInput::Message message;
     const bool loaded = input.loadImagefromFile(path, which, &message);
     if (loaded) {
-        widgets(which).meanLabel->setImage(*input.meanImage(which));
+        showMean(which);
         return true;
     }
     if (!message.detail.isEmpty())
@@ -285,6 +305,13 @@ bool OrxNUShadingCorrection::loadImagefromFile(QString const& path, Series which
     else
         OrxDialogs::instance().critical(this, title, message.text);
     return false;
+}
+
+void OrxNUShadingCorrection::showMean(Series which)
+{
+    const QImage& mean = *input.meanImage(which);
+    widgets(which).meanLabel->setImage(stretchBox->isChecked() ? NucContrastStretch::stretched(mean)
+                                                               : mean);
 }
 
 void OrxNUShadingCorrection::_addSelectedFiles(Series which)
@@ -338,7 +365,7 @@ void OrxNUShadingCorrection::on_btnAddBrightImage_clicked()
 void OrxNUShadingCorrection::deleteImagefromParams(QString const& path, Series which)
 {
     input.deleteImagefromParams(path, which);
-    widgets(which).meanLabel->setImage(*input.meanImage(which));
+    showMean(which);
 }
 
 void OrxNUShadingCorrection::_deleteSelectedFiles(Series which)
@@ -439,25 +466,70 @@ void OrxNUShadingCorrection::on_btnGenerateMap_clicked()
         ui->btnUploadMapToCam->setEnabled(!locked);
         OrxDialogs::instance().information(this, title, tr("Generate map successful!"));
         showGeneratedMap();
+        logGeneration(mapView->statistics());
     } else {
         OrxDialogs::instance().critical(this, title, NucMapPipeline::generationFailedText());
     }
 }
 
-void OrxNUShadingCorrection::showGeneratedMap()
+OrxMapView* OrxNUShadingCorrection::mapWindow()
 {
     if (mapView == nullptr) {
         mapView = new OrxMapView(this);
         mapView->setWindowFlag(Qt::Window);
         mapView->resize(900, 600);
     }
+    return mapView;
+}
+
+void OrxNUShadingCorrection::showGeneratedMap()
+{
     QStringList saturation;
     const QString warning = NucMapStatistics::saturationWarning(input.brightMean);
     if (!warning.isEmpty())
         saturation << warning;
-    mapView->setMap(model.packedMap(), quint32(input.brightParams.width),
-                    quint32(input.brightParams.height),
-                    tr("Generated map for %1").arg(model.currentSlot().name), saturation);
+    mapWindow()->setMap(model.packedMap(), quint32(input.brightParams.width),
+                        quint32(input.brightParams.height),
+                        tr("Generated map for %1").arg(model.currentSlot().name), saturation);
+    mapView->show();
+    mapView->raise();
+}
+
+void OrxNUShadingCorrection::logGeneration(const NucMapStatistics& stats)
+{
+    auto images = [](quint32 count) {
+        return count == 1 ? tr("1 image") : tr("%1 images").arg(count);
+    };
+    emit sendLogMessage(tr("Map generated from the dark series (%1) and the bright series (%2)")
+                            .arg(images(input.darkParams.count), images(input.brightParams.count)),
+                        LogInfo);
+    emit sendLogMessage(tr("Clamped pixels: gain code 0: %1, gain code %2: %3, offset code 0: %4, "
+                           "offset code %5: %6")
+                            .arg(stats.gain.atZero)
+                            .arg(NucMapStatistics::GainTop)
+                            .arg(stats.gain.atTop)
+                            .arg(stats.offset.atZero)
+                            .arg(NucMapStatistics::OffsetTop)
+                            .arg(stats.offset.atTop),
+                        LogInfo);
+}
+
+void OrxNUShadingCorrection::openMapFile()
+{
+    const QString path = OrxDialogs::instance().getOpenFileName(
+        this, tr("Open Map File"), model.storedMapDir(), tr("Map files (*.bin *.ge3)"));
+    if (!path.isEmpty())
+        showMapFile(path);
+}
+
+void OrxNUShadingCorrection::showMapFile(const QString& path)
+{
+    QString error;
+    if (!mapWindow()->openFile(path, &error)) {
+        emit sendLogMessage(error, LogError);
+        OrxDialogs::instance().critical(this, tr("Open Map File"), error);
+        return;
+    }
     mapView->show();
     mapView->raise();
 }

@@ -15,10 +15,12 @@
 #include <functional>
 
 class OxCamera;
+class QCheckBox;
 class QListWidget;
 class QListWidgetItem;
 class QProgressDialog;
 class QPushButton;
+class NucMapStatistics;
 class OrxMapView;
 class OrxPixmapLabel;
 
@@ -153,8 +155,20 @@ private:
     QPushButton* acquireButtons[2] = {};
     QPushButton* verifyButton = nullptr;
     void _deleteButtonClicked(Series which);
+    // The series' mean image in its label, contrast-stretched while the
+    // operator leaves the stretch on.
+    void showMean(Series which);
+    QCheckBox* stretchBox = nullptr;
+    // The map view window, made on first use.
+    OrxMapView* mapWindow();
     // The generated map in its own window, warnings included.
     void showGeneratedMap();
+    // A map file chosen by the operator, or one just downloaded, in the map
+    // view; a file that is no map is refused with the file and the reason.
+    void openMapFile();
+    void showMapFile(const QString& path);
+    // How many images each series holds and how many pixels the map clamps.
+    void logGeneration(const NucMapStatistics& stats);
     float targetGain() const;
     quint16 targetOffset() const;
 

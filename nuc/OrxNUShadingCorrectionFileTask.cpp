@@ -1,5 +1,6 @@
 // The panel's one file task on the thread pool, its end report, and the
 // progress dialog that shows a transfer while it runs.
+#include "NucMapTransfer.h"
 #include "OrxDialogs.h"
 #include "OrxNUShadingCorrection.h"
 #include "OxCamera.h"
@@ -49,6 +50,8 @@ void OrxNUShadingCorrection::finishFileTask()
         OrxDialogs::instance().information(this, title,
                                            tr("%1 task has been successfully done.").arg(task));
         enableButtons();
+        if (task == QLatin1String("Download"))
+            showMapFile(model.transfer().downloadedFile());
         return;
     }
     OrxDialogs::instance().information(this, title,

@@ -214,6 +214,7 @@ void NucMapTransfer::startDownload(const QString& destination, const QString& fi
 {
     NucPanelPort& port = m_model.port();
     OxCamera* camera = m_model.camera();
+    m_downloaded = destination;
     port.startFileTask(QStringLiteral("Download"), [&port, camera, destination, fileName,
                                                     selector] {
         long read = 0;

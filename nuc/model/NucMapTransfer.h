@@ -60,6 +60,9 @@ public:
     // panel's upload_dopo_map).
     void uploadUserMap();
 
+    // The local file of the last download started.
+    QString downloadedFile() const { return m_downloaded; }
+
     // Before an upload overwrites entry on the camera: keeps the camera's
     // file of it in the backups (NucMapBackups) and logs where. When that
     // fails, the operator is asked whether to upload without one (No by
@@ -78,4 +81,7 @@ protected:
     void reportSave(bool saved);
 
     NucPanelModel& m_model;
+
+private:
+    QString m_downloaded;
 };

@@ -3,6 +3,7 @@
 // task on the thread pool with its progress dialog and end report, and Reset.
 // What the model decides and sends is tested without widgets in
 // TestPanelModel.
+#include "NucMapFile.h"
 #include "OrxMapView.h"
 #include "OrxNUShadingCorrection.h"
 #include "OrxPixmapLabel.h"
@@ -15,7 +16,9 @@
 
 #include <Hvx/Camera.h>
 
+#include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPointer>
@@ -293,7 +296,12 @@ private slots:
         deleteDark->click();
         QCOMPARE(panel.texts("listDarkImagePath"), QStringList{file("d16b.png")});
         QVERIFY(!deleteDark->isEnabled());
-        QVERIFY(!darkLabel->image().isNull());
+        // Shown stretched (flat grey 100 of 65535 becomes mid grey), or as it is.
+        QImage midGrey(4, 2, QImage::Format_Grayscale8);
+        midGrey.fill(128);
+        QCOMPARE(darkLabel->image(), midGrey);
+        panel.child<QCheckBox>("chkContrastStretch")->setChecked(false);
+        QCOMPARE(darkLabel->image(), panel.input.darkMean);
 
         panel.deleteAll(Series::Dark);
         QVERIFY(darkLabel->image().isNull());
@@ -340,11 +348,21 @@ private slots:
         QVERIFY(panel.bind(*sim, "GEN-1"));
         auto* generate = panel.button("btnGenerateMap");
         generate->click();
-        panel.add(dialogs, Series::Dark, {file("d16.png")});
+        panel.add(dialogs, Series::Dark, {file("d16.png"), file("d16b.png")});
         generate->click();
         QVERIFY(!panel.button("btnSaveMapToFile")->isEnabled());
         panel.add(dialogs, Series::Bright, {file("d16b.png")});
+        // Below 1 the target gain clamps every gain code at 0.
+        panel.child<QLineEdit>("TargetGainEdit")->setText("0.9");
+        QSignalSpy logged(&panel, &OrxNUShadingCorrection::sendLogMessage);
         generate->click();
+        QStringList lines;
+        for (const QList<QVariant>& line : logged)
+            lines << line[0].toString();
+        QCOMPARE(lines, QStringList({"Map generated from the dark series (2 images) and the bright "
+                                     "series (1 image)",
+                                     "Clamped pixels: gain code 0: 8, gain code 1023: 0, offset "
+                                     "code 0: 0, offset code 63: 0"}));
         QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, true, true}));
         // The map is shown in a window of its own.
         auto* view = panel.findChild<OrxMapView*>();
@@ -383,6 +401,22 @@ private slots:
         QCOMPARE(dialogs.calls[1].text, QString("Save to file successful!"));
         QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList{"M8.BIN"});
         QCOMPARE(readFile(out.filePath("M8.BIN")).size(), 32 + 2 * 64 * 32);
+
+        // Any map file opens in the map view; a file that is none is named.
+        const QString other = out.filePath("other.bin");
+        QVERIFY(writeFile(
+            other, NucMapFile::binFile(8193, 3, 2, {0x2600, 0xFC00, 0x03FF, 0, 0x0401, 0x0802})));
+        for (const QString& path : {other, file("notes.png")}) {
+            dialogs.answer(path);
+            panel.button("btnOpenMapFile")->click();
+        }
+        QCOMPARE(panel.findChild<OrxMapView*>()->findChild<QLabel*>("lblGainStatistics")->text(),
+                 QString("min 0  max 1023  mean 256.333  at 0: 2  at 1023: 1"));
+        const ScriptedDialogs::Call refusal = dialogs.calls.last();
+        QCOMPARE(refusal.title, QString("Open Map File"));
+        QCOMPARE(refusal.kind, ScriptedDialogs::Critical);
+        QCOMPARE(refusal.text,
+                 QDir::toNativeSeparators(file("notes.png")) + ": no map file magic 0x1F56ADFC");
     }
 
     void targetEdits()
@@ -550,6 +584,15 @@ private slots:
         QCOMPARE(log.size(), 2); // the backup's line first
         QCOMPARE(log[1][0].toString(),
                  QString("Upload device file ShadingMap0: 4128 bytes written."));
+
+        // The map downloaded again opens in the map view.
+        QTemporaryDir out;
+        dialogs.answer(out.filePath("back"));
+        panel.button("btnDownloadMapToFile")->click();
+        QVERIFY(finished(dialogs, "Download task has been successfully done."));
+        auto* view = panel.findChild<OrxMapView*>();
+        QCOMPARE(view->windowTitle(),
+                 "Map View - " + QDir::toNativeSeparators(out.filePath("back.bin")));
     }
 
     // A failed local upload: the question, the chooser, the backup that

@@ -65,13 +65,11 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     restoreButton = new QPushButton(tr("Restore Previous Map…"), this);
     restoreButton->setObjectName(QStringLiteral("btnRestorePreviousMap"));
     restoreButton->setEnabled(false);
-    ui->btnDownloadMapToFile->parentWidget()->layout()->addWidget(restoreButton);
     connect(restoreButton, &QPushButton::clicked, this,
             [this] { model.transfer().restoreBackup(); });
     // Any map file, of this camera or not, in the map view.
     auto* openMapButton = new QPushButton(tr("Open Map File…"), this);
     openMapButton->setObjectName(QStringLiteral("btnOpenMapFile"));
-    ui->btnDownloadMapToFile->parentWidget()->layout()->addWidget(openMapButton);
     connect(openMapButton, &QPushButton::clicked, this, &OrxNUShadingCorrection::openMapFile);
     // The main actions from the keyboard; a tooltip names each key.
     const std::pair<QPushButton*, QKeySequence> shortcuts[] = {
@@ -91,6 +89,11 @@ OrxNUShadingCorrection::OrxNUShadingCorrection(QWidget* parent)
     connect(ui->cmbShadingMapSelector, QOverload<int>::of(&QComboBox::activated), this,
             &OrxNUShadingCorrection::enableButtons);
     addCameraButtons();
+    // Two rows under the transfers, so that a small window still shows them
+    // all: Verify Correction beside Restore, then Open Map File.
+    const int verifyRow = ui->layoutTransfers->rowCount() - 1;
+    ui->layoutTransfers->addWidget(restoreButton, verifyRow, 1);
+    ui->layoutTransfers->addWidget(openMapButton, verifyRow + 1, 0, 1, 2);
     // One switch for both tabs: the mean images as they are, or stretched
     // so that a dark one is not solid black.
     stretchBox = new QCheckBox(tr("Stretch Contrast"), this);

@@ -182,13 +182,13 @@ int runGenerateCommand(const QStringList& arguments)
         return ExitFailed;
 
     // A camera with map entries or user maps takes the words unswapped.
-    NucMapPipeline::FileSpec spec;
-    spec.kind = parser.isSet(output) ? NucMapFile::Kind::Bin : NucMapFile::Kind::UserMap;
-    spec.mapId = quint32(id);
+    NucMapPipeline::FileLayout layout;
+    layout.kind = parser.isSet(output) ? NucMapFile::Kind::Bin : NucMapFile::Kind::UserMap;
+    layout.mapId = quint32(id);
     const QString target = parser.isSet(output) ? parser.value(output) : parser.value(userMap);
     QByteArray file;
     NucImageInput::Message message;
-    if (!NucMapPipeline::makeFile(input, targetGain, targetOffset, spec, &file, &message)) {
+    if (!NucMapPipeline::makeFile(input, targetGain, targetOffset, layout, &file, &message)) {
         cliErr() << message.text << '\n' << Qt::flush;
         return ExitFailed;
     }

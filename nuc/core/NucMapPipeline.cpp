@@ -15,14 +15,14 @@ namespace {
 
 // The file with its words packed in place by pack(quint16* words).
 template <typename Pack>
-QByteArray packedFile(const FileSpec& spec, quint32 width, quint32 height, Pack pack)
+QByteArray packedFile(const FileLayout& layout, quint32 width, quint32 height, Pack pack)
 {
-    QByteArray file = NucMapFile::frame(spec.kind, spec.mapId, width, height);
+    QByteArray file = NucMapFile::frame(layout.kind, layout.mapId, width, height);
     NucLargeBuffer::adviseHugePages(file.data(), size_t(file.size()));
-    auto* words = reinterpret_cast<quint16*>(file.data() + NucMapFile::wordsOffset(spec.kind));
+    auto* words = reinterpret_cast<quint16*>(file.data() + NucMapFile::wordsOffset(layout.kind));
     if (!pack(words))
         return QByteArray();
-    NucMapFile::seal(spec.kind, file);
+    NucMapFile::seal(layout.kind, file);
     return file;
 }
 
@@ -34,19 +34,19 @@ bool generate(NucImageInput& input, float targetGain, quint16 targetOffset, bool
                                       targetOffset, sixteenBit);
 }
 
-QByteArray fileImage(const NucImageInput& input, const FileSpec& spec)
+QByteArray fileImage(const NucImageInput& input, const FileLayout& layout)
 {
     const NUShadingParams& bright = input.brightParams;
     const quint32 pixels = bright.width * bright.height;
-    return packedFile(spec, bright.width, bright.height, [&](quint16* words) {
+    return packedFile(layout, bright.width, bright.height, [&](quint16* words) {
         std::memset(words, 0, size_t(pixels) * 2);
-        NucMapPacking::getBinMap(input.darkParams, bright, input.bitDepth, spec.swapWords, words);
+        NucMapPacking::getBinMap(input.darkParams, bright, input.bitDepth, layout.swapWords, words);
         return true;
     });
 }
 
-bool makeFile(NucImageInput& input, float targetGain, quint16 targetOffset, const FileSpec& spec,
-              QByteArray* file, NucImageInput::Message* message)
+bool makeFile(NucImageInput& input, float targetGain, quint16 targetOffset,
+              const FileLayout& layout, QByteArray* file, NucImageInput::Message* message)
 {
     if (!input.canGenerate(message))
         return false;
@@ -63,19 +63,19 @@ bool makeFile(NucImageInput& input, float targetGain, quint16 targetOffset, cons
     if (input.darkSum.count() > 0) {
         // The sums are packed as they are turned into the maps, which are
         // never kept.
-        made = packedFile(spec, input.brightSum.width(), input.brightSum.height(),
+        made = packedFile(layout, input.brightSum.width(), input.brightSum.height(),
                           [&](quint16* words) {
                               const quint32 pixels = input.brightSum.pixels();
                               if (!NucMapGeneration::packFromSums(input.darkSum, input.brightSum,
                                                                   targetGain, targetOffset, words))
                                   return false;
-                              if (spec.swapWords)
+                              if (layout.swapWords)
                                   for (quint32 i = 0; i < pixels; ++i)
                                       words[i] = qbswap(words[i]);
                               return true;
                           });
     } else if (generate(input, targetGain, targetOffset, sixteenBit)) {
-        made = fileImage(input, spec);
+        made = fileImage(input, layout);
     }
     if (made.isEmpty()) {
         if (message)

@@ -13,7 +13,7 @@
 namespace NucMapPipeline {
 
 // How the map words go into a file.
-struct FileSpec
+struct FileLayout
 {
     NucMapFile::Kind kind = NucMapFile::Kind::Bin;
     quint32 mapId = NucTargets::DefaultMapId; // written into a .bin header
@@ -27,14 +27,15 @@ bool generate(NucImageInput& input, float targetGain, quint16 targetOffset, bool
 
 // The file of the map the series hold, generated or imported, packed by the
 // rules of input's depth. A map that was never made packs to all zeros.
-QByteArray fileImage(const NucImageInput& input, const FileSpec& spec);
+QByteArray fileImage(const NucImageInput& input, const FileLayout& layout);
 
 // Both in one, once every image is added: from the exact sums when input
 // keeps 16-bit series as sums (sumsOnly), else generate() by the depth of the
 // dark mean image, then fileImage(). False, with the reason in message and
 // file left alone, when a series is empty or the map cannot be made.
-bool makeFile(NucImageInput& input, float targetGain, quint16 targetOffset, const FileSpec& spec,
-              QByteArray* file, NucImageInput::Message* message = nullptr);
+bool makeFile(NucImageInput& input, float targetGain, quint16 targetOffset,
+              const FileLayout& layout, QByteArray* file,
+              NucImageInput::Message* message = nullptr);
 
 QString generationFailedText();
 

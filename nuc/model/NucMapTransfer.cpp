@@ -85,7 +85,7 @@ void NucMapTransfer::uploadGeneratedMap()
         return;
     NucPanelPort& port = m_model.port();
     const QByteArray image =
-        NucMapPipeline::fileImage(m_model.input(), m_model.fileSpec(NucMapFile::Kind::Bin));
+        NucMapPipeline::fileImage(m_model.input(), m_model.fileLayout(NucMapFile::Kind::Bin));
     port.startFileTask(
         QStringLiteral("Upload Generated Map"),
         uploadTask(port, m_model.camera(), m_model.serialNumber(), m_model.currentSlot(), image));
@@ -94,7 +94,7 @@ void NucMapTransfer::uploadGeneratedMap()
 void NucMapTransfer::uploadUserMap()
 {
     const QByteArray image =
-        NucMapPipeline::fileImage(m_model.input(), m_model.fileSpec(NucMapFile::Kind::UserMap));
+        NucMapPipeline::fileImage(m_model.input(), m_model.fileLayout(NucMapFile::Kind::UserMap));
     NucPanelPort& port = m_model.port();
     port.startFileTask(
         QStringLiteral("Upload"),

@@ -199,7 +199,7 @@ bool NucPanelModel::swapsWords() const
     return NucMapPacking::swapsWords(m_noMapSelector, m_hasNucControl, m_endianess);
 }
 
-NucMapPipeline::FileSpec NucPanelModel::fileSpec(NucMapFile::Kind kind) const
+NucMapPipeline::FileLayout NucPanelModel::fileLayout(NucMapFile::Kind kind) const
 {
     return {kind, quint32(m_mapId), swapsWords()};
 }
@@ -225,7 +225,7 @@ bool NucPanelModel::saveMap(const QString& path)
     // created, empty.
     const QByteArray content =
         m_noMapSelector ? QByteArray()
-                        : NucMapPipeline::fileImage(m_input, fileSpec(NucMapFile::Kind::Bin));
+                        : NucMapPipeline::fileImage(m_input, fileLayout(NucMapFile::Kind::Bin));
     const NucMapFile::SaveResult result = NucMapFile::save(path, content);
     if (result == NucMapFile::SaveResult::OpenFailed) {
         m_port.log(tr("Save Map: unable to open file '%1'").arg(path), LogError);
@@ -288,7 +288,7 @@ bool NucPanelModel::saveUserMap(QString dir)
     }
     const QString path = dir + "//" + currentUserMapFile();
     const NucMapFile::SaveResult result = NucMapFile::save(
-        path, NucMapPipeline::fileImage(m_input, fileSpec(NucMapFile::Kind::UserMap)));
+        path, NucMapPipeline::fileImage(m_input, fileLayout(NucMapFile::Kind::UserMap)));
     if (result == NucMapFile::SaveResult::OpenFailed)
         return false;
     rememberMapDir(path);

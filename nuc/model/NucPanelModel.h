@@ -84,7 +84,7 @@ public:
     // and user maps only.
     bool swapsWords() const;
     // Map files of the series' map, for this camera.
-    NucMapPipeline::FileSpec fileSpec(NucMapFile::Kind kind) const;
+    NucMapPipeline::FileLayout fileLayout(NucMapFile::Kind kind) const;
     // The series' map as packed words (gain code in bits 0-9).
     QVector<quint16> packedMap() const;
     // Where the series' map cannot be what the operator wanted, in plain

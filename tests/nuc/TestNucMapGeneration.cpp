@@ -437,10 +437,10 @@ private slots:
             QVERIFY(input.addLoadedImage("dark", steps.darkImages[k], NucImageInput::Dark) &&
                     input.addLoadedImage("bright", steps.brightImages[k], NucImageInput::Bright));
 
-        const NucMapPipeline::FileSpec spec{
+        const NucMapPipeline::FileLayout layout{
             userMap ? NucMapFile::Kind::UserMap : NucMapFile::Kind::Bin, 77, swap};
         QByteArray file;
-        QVERIFY(NucMapPipeline::makeFile(input, 1.3f, 16, spec, &file));
+        QVERIFY(NucMapPipeline::makeFile(input, 1.3f, 16, layout, &file));
         QCOMPARE(input.darkSum.count() + input.brightSum.count(), 0u); // the sums are used up
         const QVector<quint16> words =
             NucMapPacking::packedMap(steps.dark, steps.bright, sixteenBit ? 16 : 8, swap);

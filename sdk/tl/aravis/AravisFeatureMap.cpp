@@ -28,6 +28,26 @@ size_t WordSize(size_t size, guint64 length)
     return whole <= length ? whole : size;
 }
 
+// Where a register access of `size` bytes goes: the register's address and
+// the size widened to whole words (0 for an empty access, which moves
+// nothing). context names the access in an error.
+HvErrorType RegisterSpan(ArvGcNode* node, size_t size, const std::string& context, guint64* address,
+                         size_t* whole)
+{
+    if (!ARV_IS_GC_REGISTER(node))
+        return HvErrorWrongType;
+    ArvGcRegister* reg = ARV_GC_REGISTER(node);
+    GError* error = nullptr;
+    const guint64 length = arv_gc_register_get_length(reg, &error);
+    *address = error == nullptr ? arv_gc_register_get_address(reg, &error) : 0;
+    if (error != nullptr)
+        return TakeError(error, context);
+    if (size > length)
+        return HvErrorBadParameter;
+    *whole = size == 0 ? 0 : WordSize(size, length);
+    return HvErrorSuccess;
+}
+
 std::string ElementName(ArvGcNode* node)
 {
     const char* name = arv_dom_node_get_node_name(ARV_DOM_NODE(node));
@@ -414,23 +434,17 @@ HvErrorType AravisFeatureMap::GetRegisterLength(const std::string& name, int64_t
 HvErrorType AravisFeatureMap::GetRegister(const std::string& name, uint8_t* buffer, size_t size)
 {
     return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_REGISTER(node))
-            return HvErrorType(HvErrorWrongType);
-        ArvGcRegister* reg = ARV_GC_REGISTER(node);
-        GError* error = nullptr;
-        const guint64 length = arv_gc_register_get_length(reg, &error);
-        const guint64 address = error == nullptr ? arv_gc_register_get_address(reg, &error) : 0;
-        if (error != nullptr)
-            return TakeError(error, "read " + name);
-        if (size > length)
-            return HvErrorType(HvErrorBadParameter);
-        if (size == 0)
-            return HvErrorType(HvErrorSuccess);
-        const size_t whole = WordSize(size, length);
+        const std::string context = "read " + name;
+        guint64 address = 0;
+        size_t whole = 0;
+        const HvErrorType span = RegisterSpan(node, size, context, &address, &whole);
+        if (span != HvErrorSuccess || whole == 0)
+            return span;
         std::vector<uint8_t> words(whole);
+        GError* error = nullptr;
         arv_device_read_memory(m_device, address, guint32(whole), words.data(), &error);
         if (error != nullptr)
-            return TakeError(error, "read " + name);
+            return TakeError(error, context);
         std::memcpy(buffer, words.data(), size);
         return HvErrorType(HvErrorSuccess);
     });
@@ -440,30 +454,24 @@ HvErrorType AravisFeatureMap::SetRegister(const std::string& name, const uint8_t
                                           size_t size)
 {
     return WithNode(name, [&](ArvGcNode* node) {
-        if (!ARV_IS_GC_REGISTER(node))
-            return HvErrorType(HvErrorWrongType);
-        ArvGcRegister* reg = ARV_GC_REGISTER(node);
-        GError* error = nullptr;
-        const guint64 length = arv_gc_register_get_length(reg, &error);
-        const guint64 address = error == nullptr ? arv_gc_register_get_address(reg, &error) : 0;
-        if (error != nullptr)
-            return TakeError(error, "write " + name);
-        if (size > length)
-            return HvErrorType(HvErrorBadParameter);
-        if (size == 0)
-            return HvErrorType(HvErrorSuccess);
+        const std::string context = "write " + name;
+        guint64 address = 0;
+        size_t whole = 0;
+        const HvErrorType span = RegisterSpan(node, size, context, &address, &whole);
+        if (span != HvErrorSuccess || whole == 0)
+            return span;
         // A partial last word keeps the register's bytes beyond `size`.
-        const size_t whole = WordSize(size, length);
         std::vector<uint8_t> words(whole);
+        GError* error = nullptr;
         if (whole > size) {
             const size_t tail = whole - kWord;
             arv_device_read_memory(m_device, address + tail, kWord, words.data() + tail, &error);
             if (error != nullptr)
-                return TakeError(error, "write " + name);
+                return TakeError(error, context);
         }
         std::memcpy(words.data(), buffer, size);
         arv_device_write_memory(m_device, address, guint32(whole), words.data(), &error);
-        return TakeError(error, "write " + name);
+        return TakeError(error, context);
     });
 }
 

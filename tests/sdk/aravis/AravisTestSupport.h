@@ -1,20 +1,14 @@
 #pragma once
 
 // What the tests of the Aravis transport layer share: the SDK started with
-// that module alone on chosen Aravis interfaces, and Aravis's own fake GigE
-// Vision camera as a separate process.
+// that module alone on chosen Aravis interfaces, features written and read
+// by text, and frames taken one at a time.
 
 #include "../SdkTestSupport.h"
 
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <string>
-
-extern char** environ;
+#include <vector>
 
 namespace AravisTest {
 
@@ -25,24 +19,23 @@ inline Hvx::HvSystem& System()
 
 // The SDK with the Aravis module only, on the given Aravis interfaces
 // ("Fake" needs no network; "GigEVision" broadcasts and belongs in a
-// namespace). Discovery rounds follow each other every `pollMs`.
+// namespace), with a discovery round every 200 ms.
 class Session
 {
 public:
-    explicit Session(const char* interfaces, const char* pollMs = "200")
+    explicit Session(const char* interfaces)
     {
         setenv("HVX_TL_PATH", ARAVIS_MODULE_DIR, 1);
         setenv("HVX_ARAVIS_INTERFACES", interfaces, 1);
-        setenv("HVX_ARAVIS_POLL_MS", pollMs, 1);
+        setenv("HVX_ARAVIS_POLL_MS", "200", 1);
         System().SelectModules(HvModuleSelectionOnRequest);
-        m_started = System().Startup() == HvErrorSuccess;
+        EXPECT_EQ(HvErrorSuccess, System().Startup());
     }
     ~Session()
     {
         System().Shutdown();
         System().SelectModules(HvModuleSelectionStandard);
     }
-    bool Started() const { return m_started; }
 
     Hvx::CameraPtr Camera(const std::string& id)
     {
@@ -50,45 +43,9 @@ public:
         System().GetCameraByID(id.c_str(), camera);
         return camera;
     }
-
-private:
-    bool m_started = false;
 };
 
-// Aravis's fake GigE Vision camera, a process of its own listening on one
-// loopback address (which must be an address of an interface: inside the
-// test's namespace, 127.0.0.1 to 127.0.0.5).
-class FakeGigECamera
-{
-public:
-    FakeGigECamera(const std::string& address, const std::string& serial,
-                   const std::string& lossPerThousand = "0")
-    {
-        std::vector<std::string> args = {ARV_FAKE_GV_CAMERA, "-i", address, "-s", serial, "-r",
-                                         lossPerThousand};
-        std::vector<char*> argv;
-        for (auto& arg : args)
-            argv.push_back(&arg[0]);
-        argv.push_back(nullptr);
-        if (posix_spawn(&m_pid, ARV_FAKE_GV_CAMERA, nullptr, nullptr, argv.data(), environ) != 0)
-            m_pid = -1;
-    }
-    ~FakeGigECamera()
-    {
-        if (m_pid > 0) {
-            kill(m_pid, SIGKILL);
-            waitpid(m_pid, nullptr, 0);
-        }
-    }
-    bool Running() const { return m_pid > 0; }
-    // The camera stops answering, as one that hangs or loses power.
-    void Freeze() { kill(m_pid, SIGSTOP); }
-
-private:
-    pid_t m_pid = -1;
-};
-
-Hvx::FeaturePtr Feature(const Hvx::CameraPtr& camera, const char* name)
+inline Hvx::FeaturePtr Feature(const Hvx::CameraPtr& camera, const char* name)
 {
     Hvx::FeaturePtr feature;
     camera->GetFeatureByName(name, feature);
@@ -96,7 +53,7 @@ Hvx::FeaturePtr Feature(const Hvx::CameraPtr& camera, const char* name)
 }
 
 // A feature's value as text, whatever its type ("" when it cannot be read).
-std::string Value(Hvx::Feature& feature)
+inline std::string Value(Hvx::Feature& feature)
 {
     HvFeatureDataType type = 0;
     feature.GetDataType(type);
@@ -116,7 +73,7 @@ std::string Value(Hvx::Feature& feature)
 }
 
 // Sets a feature from text by its type.
-HvErrorType SetValue(Hvx::Feature& feature, const std::string& text)
+inline HvErrorType SetValue(Hvx::Feature& feature, const std::string& text)
 {
     HvFeatureDataType type = 0;
     feature.GetDataType(type);
@@ -128,6 +85,59 @@ HvErrorType SetValue(Hvx::Feature& feature, const std::string& text)
         return feature.SetBoolValue(text == "1");
     return type == HvFeatureDataEnum ? feature.SetEnumValue(text.c_str())
                                      : feature.SetStringValue(text.c_str());
+}
+
+struct FeatureWrite
+{
+    const char* feature;
+    std::string written;
+    HvErrorType result;
+    std::string read;
+};
+
+// Each row writes a value and reads the feature back from the camera; a
+// refused write leaves what the row before wrote.
+inline void ExpectWrites(const Hvx::CameraPtr& camera, const std::vector<FeatureWrite>& rows)
+{
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.feature) + " = " + row.written);
+        const Hvx::FeaturePtr feature = Feature(camera, row.feature);
+        ASSERT_NE(nullptr, feature);
+        EXPECT_EQ(row.result, SetValue(*feature, row.written));
+        EXPECT_EQ(row.read, Value(*feature));
+    }
+}
+
+struct Grab
+{
+    HvErrorType result = HvErrorSuccess;
+    HvFrameStatusType status = -99;
+    // width, height, image size in bytes, pixel format
+    std::vector<uint32_t> shape;
+    uint64_t frameId = 0;
+    std::vector<uint8_t> image;
+};
+
+inline Grab GrabFrame(const Hvx::CameraPtr& camera)
+{
+    Hvx::FramePtr frame;
+    Grab grab;
+    grab.result = camera->AcquireSingleImage(frame, 3000);
+    uint32_t width = 0, height = 0, size = 0;
+    HvPixelFormatType format = 0;
+    if (frame) {
+        frame->GetReceiveStatus(grab.status);
+        frame->GetWidth(width);
+        frame->GetHeight(height);
+        frame->GetImageSize(size);
+        frame->GetPixelFormat(format);
+        frame->GetFrameID(grab.frameId);
+        const unsigned char* image = nullptr;
+        if (frame->GetImage(image) == HvErrorSuccess && image)
+            grab.image.assign(image, image + size);
+    }
+    grab.shape = {width, height, size, format};
+    return grab;
 }
 
 } // namespace AravisTest

@@ -9,10 +9,13 @@
 #include "DeviceFileStore.h"
 #include "MapFileFormat.h"
 #include "OxCamera.h"
+#include "TestFiles.h"
 
 #include <QFile>
 
+#include <chrono>
 #include <random>
+#include <thread>
 
 using namespace AravisTest;
 using Bytes = std::vector<unsigned char>;
@@ -91,9 +94,7 @@ protected:
         QFile::remove(QString::fromStdString(path));
         if (!ox->DownloadDeviceFile(path.c_str(), "", selector, &read))
             return {};
-        QFile file(QString::fromStdString(path));
-        file.open(QIODevice::ReadOnly);
-        const QByteArray all = file.readAll();
+        const QByteArray all = readFile(QString::fromStdString(path));
         EXPECT_EQ(long(all.size()), read);
         return Bytes(all.begin(), all.end());
     }
@@ -108,52 +109,48 @@ protected:
 
 } // namespace
 
-// Each row writes a value and reads it back from the camera; a refused write
-// leaves what the row before wrote. The User Set the camera saves holds them.
+// Features of every type with the codes the camera's refusals become; the
+// User Set the camera saves holds the values, and the user name written is
+// the camera's name when it is found again.
 TEST_F(GevCamera, FeaturesOfEveryTypeWithTheirErrors)
 {
     Serve("127.0.0.41");
     OpenFull();
-    const struct
-    {
-        const char* feature;
-        std::string written;
-        HvErrorType result;
-        std::string read;
-    } rows[] = {
-        {"Shading_MapSelect", "1", HvErrorSuccess, "1"},
-        {"Shading_MapSelect", "2", HvErrorInvalidValue, "1"}, // two maps only
-        {"Gain", "6.5", HvErrorSuccess, "6.500000"},
-        {"Gain", "99", HvErrorInvalidValue, "6.500000"},
-        {"ReverseX", "1", HvErrorSuccess, "1"},
-        {"UserSetSelector", "UserSet2", HvErrorSuccess, "UserSet2"},
-        {"UserSetSelector", "UserSet9", HvErrorInvalidValue, "UserSet2"},
-        {"DeviceUserID", "bench-3", HvErrorSuccess, "bench-3"},
-        {"Width", "320", HvErrorInvalidAccess, "1280"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.feature) + " = " + row.written);
-        const Hvx::FeaturePtr feature = Feature(camera, row.feature);
-        ASSERT_NE(nullptr, feature);
-        EXPECT_EQ(row.result, SetValue(*feature, row.written));
-        EXPECT_EQ(row.read, Value(*feature));
-    }
+    ExpectWrites(camera, {
+                             {"Shading_MapSelect", "1", HvErrorSuccess, "1"},
+                             {"Shading_MapSelect", "2", HvErrorInvalidValue, "1"}, // two maps only
+                             {"Gain", "6.5", HvErrorSuccess, "6.500000"},
+                             {"Gain", "99", HvErrorInvalidValue, "6.500000"},
+                             {"ReverseX", "1", HvErrorSuccess, "1"},
+                             {"UserSetSelector", "UserSet2", HvErrorSuccess, "UserSet2"},
+                             {"UserSetSelector", "UserSet9", HvErrorInvalidValue, "UserSet2"},
+                             {"DeviceUserID", "bench-3", HvErrorSuccess, "bench-3"},
+                             {"Width", "320", HvErrorInvalidAccess, "1280"},
+                         });
     Hvx::FeaturePtr missing;
     EXPECT_EQ(HvErrorNotFound, camera->GetFeatureByName("Shading_Missing", missing));
     ASSERT_EQ(HvErrorSuccess, Feature(camera, "UserSetSave")->RunCommand());
     const Bytes saved = Stored("UserSet2.json");
     EXPECT_EQ(R"({"ExposureTime":10000.0,"Gain":6.5,"Shading_Control":0,"Shading_MapSelect":1})",
               std::string(saved.begin(), saved.end()));
+    Hvx::CameraPtr again;
+    ASSERT_EQ(HvErrorSuccess, System().AddCameraByAddress("127.0.0.41", again));
+    EXPECT_EQ("bench-3",
+              SdkTest::Text([&](char* b, unsigned int& l) { return again->GetName(b, l); }));
 }
 
 // Another host holds the control channel: the camera is listed for reading
-// only, a full open is refused, a reading one works and cannot write.
+// only, a full open is refused, a reading one works and cannot write. Once
+// that host lets go the camera opens fully and the other host is refused at
+// once (not left to time out); a host with exclusive control leaves not even
+// reading, and one that falls silent loses control when its heartbeat runs
+// out.
 TEST_F(GevCamera, ControlHeldByAnotherHost)
 {
     Serve("127.0.0.42");
     RawHost other(gev->address);
-    ASSERT_EQ(0, other.writeReg(0x0A00, 2, 1).status);
-    ASSERT_EQ(0, other.writeReg(0x0938, 60000, 2).status); // a long heartbeat
+    ASSERT_EQ(0, other.writeReg(0x0A00, 2, 1));
+    ASSERT_EQ(0, other.writeReg(0x0938, 60000, 2)); // a long heartbeat
     ASSERT_EQ(HvErrorSuccess, System().AddCameraByAddress(gev->address.c_str(), camera));
     HvAccessModeType access = 0;
     camera->GetPermittedAccess(access);
@@ -163,6 +160,28 @@ TEST_F(GevCamera, ControlHeldByAnotherHost)
     EXPECT_EQ("1280", Value(*Feature(camera, "Width")));
     EXPECT_EQ(HvErrorInvalidAccess, Feature(camera, "Gain")->SetFloatValue(3.0));
     EXPECT_EQ("0.000000", Value(*Feature(camera, "Gain")));
+    camera->Close();
+
+    ASSERT_EQ(0, other.writeReg(0x0A00, 0, 3));
+    ASSERT_EQ(HvErrorSuccess, System().AddCameraByAddress(gev->address.c_str(), camera));
+    ASSERT_EQ(HvErrorSuccess, camera->Open(HvAccessModeFull));
+    EXPECT_EQ(0x8006, other.writeReg(0x0A00, 2, 4)); // ACCESS_DENIED
+    camera->Close();
+
+    // Exclusive control: even reading is refused.
+    ASSERT_EQ(0, other.writeReg(0x0A00, 1, 5));
+    ASSERT_EQ(HvErrorSuccess, System().AddCameraByAddress(gev->address.c_str(), camera));
+    camera->GetPermittedAccess(access);
+    EXPECT_EQ(HvAccessModeType(HvAccessModeNone), access);
+    ASSERT_EQ(0, other.writeReg(0x0938, 500, 6));
+    EXPECT_NE(HvErrorSuccess, camera->Open(HvAccessModeFull));
+    bool opened = false;
+    for (int i = 0; i < 100 && !opened; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        opened = System().AddCameraByAddress(gev->address.c_str(), camera) == HvErrorSuccess &&
+                 camera->Open(HvAccessModeFull) == HvErrorSuccess;
+    }
+    EXPECT_TRUE(opened);
 }
 
 // Files of every size around a chunk and a whole map arrive intact in the
@@ -228,4 +247,14 @@ TEST_F(GevCamera, FaultsOnTheWire)
         EXPECT_EQ(row.logged, logged);
         TearDown();
     }
+}
+
+// A slow command is announced with pending acknowledgements instead of
+// timing out (2.5 s against the host's 0.5 s).
+TEST_F(GevCamera, SlowCommandsAreAnnounced)
+{
+    Serve("127.0.0.47", R"({"commandLatencyMs": {"AcquisitionStop": 2500}})");
+    OpenFull();
+    EXPECT_EQ(HvErrorSuccess, Feature(camera, "AcquisitionStop")->RunCommand());
+    EXPECT_EQ("0", Value(*Feature(camera, "AcquisitionStop_Reg")));
 }

@@ -5,7 +5,6 @@
 
 #include <QAction>
 #include <QCheckBox>
-#include <QDir>
 #include <QDockWidget>
 #include <QFile>
 #include <QLabel>

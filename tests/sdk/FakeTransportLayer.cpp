@@ -1,6 +1,6 @@
 // A small transport-layer module for the SDK core's own tests: two fixed
 // cameras, and hooks (FakeTl*) through which a test plugs and unplugs
-// cameras and interfaces, changes access and fails a query; none of that
+// cameras and interfaces and changes access; none of that
 // the simulator can do on demand. Built several times with different IDs
 // and interface versions to exercise the module search. Feature behaviour
 // is tested on the simulator's cameras instead.
@@ -84,7 +84,6 @@ public:
 };
 
 std::atomic<int> g_openDevices{0};
-std::atomic<bool> g_failInterfaceType{false};
 
 class FakeDevice : public IDevice
 {
@@ -129,7 +128,6 @@ public:
                                        ""});
         m_interfaces = {{"fake-if-0", "Fake network card", HvTransportLayerTypeGEV},
                         {"fake-if-1", "Fake USB controller", HvTransportLayerTypeU3V}};
-        m_interfaceFeatures.ints["InterfaceSpeed"] = {1000, HvFeatureFlagsRead};
     }
     ~FakeModule() override
     {
@@ -171,8 +169,6 @@ public:
     HvErrorType GetDeviceInterfaceType(const std::string& deviceId,
                                        HvTransportLayerType& type) override
     {
-        if (g_failInterfaceType)
-            return HvErrorNotSupported;
         std::lock_guard<std::mutex> lock(m_mutex);
         const DeviceInfo* device = Find(deviceId);
         return device ? (type = device->type, HvErrorSuccess) : HvErrorNotFound;
@@ -194,23 +190,21 @@ public:
     {
         if (address != "10.0.0.7")
             return HvErrorNotFound;
-        device = DeviceInfo();
-        device.id = "CAM-ADDR-7";
-        device.interfaceId = "fake-if-0";
-        device.model = "Fake GigE 640";
-        device.name = "Far away";
-        device.serialNumber = "GS-0007";
-        device.permittedAccess = HvAccessModeFull;
-        device.type = HvTransportLayerTypeGEV;
+        device = DeviceInfo{"CAM-ADDR-7",
+                            "fake-if-0",
+                            "Fake GigE 640",
+                            "Far away",
+                            "GS-0007",
+                            HvAccessModeFull,
+                            HvTransportLayerTypeGEV,
+                            "",
+                            ""};
         std::lock_guard<std::mutex> lock(m_mutex);
         if (!Find(device.id))
             m_devices.push_back(device);
         return HvErrorSuccess;
     }
-    IFeatureMap* InterfaceFeatures(const std::string& interfaceId) override
-    {
-        return interfaceId == "fake-if-0" ? &m_interfaceFeatures : nullptr;
-    }
+    IFeatureMap* InterfaceFeatures(const std::string&) override { return nullptr; }
 
     // Test hooks.
     void Change(const std::string& hook, const char* id, uint32_t arg)
@@ -258,7 +252,6 @@ private:
     IModuleHost* m_host = nullptr;
     std::vector<DeviceInfo> m_devices;
     std::vector<InterfaceInfo> m_interfaces;
-    IntFeatureMap m_interfaceFeatures;
 };
 
 } // namespace
@@ -285,9 +278,7 @@ HVX_TL_DEFINE_MODULE(FakeModule)
 FAKE_EXPORT int FakeTlHook(const char* what, const char* id, uint32_t arg)
 {
     const std::string hook = what;
-    if (hook == "failInterfaceType")
-        g_failInterfaceType = arg != 0;
-    else if (hook != "openDevices" && g_module != nullptr)
+    if (hook != "openDevices" && g_module != nullptr)
         g_module->Change(hook, id, arg);
     return g_openDevices;
 }

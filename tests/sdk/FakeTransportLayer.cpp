@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <map>
 #include <mutex>
 
 #ifndef FAKE_TL_ID
@@ -23,47 +22,15 @@ namespace {
 
 using namespace Hvx::Tl;
 
-// Integer features only; every other call finds nothing.
-class IntFeatureMap : public IFeatureMap
+// No features: feature behaviour is tested on the simulator's cameras.
+class EmptyFeatureMap : public IFeatureMap
 {
 public:
-    struct Int
-    {
-        int64_t value;
-        HvFeatureFlags flags;
-    };
-    std::map<std::string, Int> ints;
-
-    std::vector<std::string> FeatureNames() override
-    {
-        std::vector<std::string> names;
-        for (const auto& i : ints)
-            names.push_back(i.first);
-        return names;
-    }
-    HvErrorType GetFeatureInfo(const std::string& name, FeatureInfo& info) override
-    {
-        const auto it = ints.find(name);
-        if (it == ints.end())
-            return HvErrorNotFound;
-        info.type = HvFeatureDataInt;
-        info.flags = it->second.flags;
-        return HvErrorSuccess;
-    }
-    HvErrorType GetInt(const std::string& name, int64_t& value) override
-    {
-        const auto it = ints.find(name);
-        return it == ints.end() ? HvErrorNotFound : (value = it->second.value, HvErrorSuccess);
-    }
-    HvErrorType SetInt(const std::string& name, int64_t value) override
-    {
-        const auto it = ints.find(name);
-        if (it == ints.end())
-            return HvErrorNotFound;
-        it->second.value = value;
-        return HvErrorSuccess;
-    }
     // clang-format off
+    std::vector<std::string> FeatureNames() override { return {}; }
+    HvErrorType GetFeatureInfo(const std::string&, FeatureInfo&) override { return HvErrorNotFound; }
+    HvErrorType GetInt(const std::string&, int64_t&) override { return HvErrorNotFound; }
+    HvErrorType SetInt(const std::string&, int64_t) override { return HvErrorNotFound; }
     HvErrorType GetIntRange(const std::string&, int64_t&, int64_t&, int64_t&) override { return HvErrorNotFound; }
     HvErrorType GetFloat(const std::string&, double&) override { return HvErrorNotFound; }
     HvErrorType SetFloat(const std::string&, double) override { return HvErrorNotFound; }
@@ -88,11 +55,7 @@ std::atomic<int> g_openDevices{0};
 class FakeDevice : public IDevice
 {
 public:
-    FakeDevice()
-    {
-        ++g_openDevices;
-        m_features.ints["Width"] = {640, HvFeatureFlagsRead | HvFeatureFlagsWrite};
-    }
+    FakeDevice() { ++g_openDevices; }
     ~FakeDevice() override { --g_openDevices; }
 
     IFeatureMap& Features() override { return m_features; }
@@ -109,7 +72,7 @@ public:
     HvErrorType AcquireFrame(uint32_t, FrameData&) override { return HvErrorTimeout; }
 
 private:
-    IntFeatureMap m_features;
+    EmptyFeatureMap m_features;
 };
 
 class FakeModule;

@@ -136,6 +136,7 @@ TEST_F(SdkOnSim, EntriesShortTextsAndRegisters)
 
 // After a close the camera's handle stays and its features are closed; a
 // stream's handle dies with the opening, and a new opening has new streams.
+// Reopened for reading, the camera's feature objects read and refuse writes.
 TEST_F(SdkOnSim, StreamsAndTheirHandlesBelongToOneOpening)
 {
     unsigned int count = 1;
@@ -147,12 +148,19 @@ TEST_F(SdkOnSim, StreamsAndTheirHandlesBelongToOneOpening)
     EXPECT_EQ(1500, size);
     Hvx::FeaturePtr packetSize;
     ASSERT_EQ(HvErrorSuccess, stream->GetFeatureByName("GVSPPacketSize", packetSize));
+    Hvx::Feature& brightness = f("Brightness");
+    ASSERT_EQ(HvErrorSuccess, brightness.SetIntValue(20));
     stream.reset();
     ASSERT_EQ(HvErrorSuccess, cam->Close());
     EXPECT_EQ(HvErrorDeviceNotOpen, HvFeatureIntGet(handle, "Width", &size));
     EXPECT_EQ(HvErrorBadHandle, HvFeatureIntGet(streamHandle, "GVSPPacketSize", &size));
-    ASSERT_EQ(HvErrorSuccess, cam->Open(HvAccessModeFull));
+    EXPECT_EQ(HvErrorDeviceNotOpen, brightness.GetIntValue(size));
+    ASSERT_EQ(HvErrorSuccess, cam->Open(HvAccessModeRead));
     EXPECT_EQ(HvErrorDeviceNotOpen, packetSize->GetIntValue(size));
+    // The camera's own feature objects reach the new opening.
+    EXPECT_EQ(HvErrorSuccess, brightness.GetIntValue(size));
+    EXPECT_EQ(20, size);
+    EXPECT_EQ(HvErrorInvalidAccess, brightness.SetIntValue(30));
     ASSERT_EQ(HvErrorSuccess, cam->GetStreams(&stream, count));
     EXPECT_NE(streamHandle, stream->GetHandle());
 }

@@ -134,6 +134,18 @@ TEST_F(SdkOnSim, EntriesShortTextsAndRegisters)
     EXPECT_EQ((Bytes{1, 2, 3, 0xAA}), Bytes(back.begin(), back.begin() + 4));
 }
 
+// The flat camera information of the opened camera.
+TEST_F(SdkOnSim, CameraInfoNamesTheCameraAndItsHandle)
+{
+    HvCameraInfo info;
+    ASSERT_EQ(HvErrorSuccess, HvCameraInfoQuery("F-1", &info, sizeof info));
+    EXPECT_STREQ("F-1", info.cameraIdString);
+    EXPECT_STREQ("sim::F-1", info.cameraIdExtended);
+    EXPECT_STREQ("sim-gige-0", info.interfaceIdString);
+    EXPECT_EQ(handle, info.cameraHandle);
+    EXPECT_EQ(HvErrorStructSize, HvCameraInfoQuery("F-1", &info, sizeof info - 1));
+}
+
 // After a close the camera's handle stays and its features are closed; a
 // stream's handle dies with the opening, and a new opening has new streams.
 // Reopened for reading, the camera's feature objects read and refuse writes.

@@ -71,6 +71,38 @@ TEST_F(SimCamera, MapAreaHoldsTheSelectedMapAndEndsWithTheSensor)
     EXPECT_EQ(cam->WriteMemory(last + 2, area.data(), 512, &done), HvErrorInvalidAccess);
 }
 
+// Switched on, the selected map corrects the frames: gain code 1023 on
+// every pixel nearly doubles a dark frame, which the factory map of the
+// first entry would leave as it is.
+TEST_F(SimCamera, FramesAreCorrectedWithTheSelectedMap)
+{
+    ASSERT_EQ(sys.Startup(), HvErrorSuccess);
+    Hvx::CameraPtr cam = open("sim::SIM-GIGE-1001");
+    Features fs(*cam);
+    const std::vector<uint16_t> words(640 * 512, 1023);
+    ASSERT_TRUE(upload(fs, MapFileFormat::shadingMap(8196, 640, 512, words), "ShadingMap1"));
+    ASSERT_EQ(fs.setInt("Shading_MapSelect", 1), HvErrorSuccess);
+    ASSERT_EQ(
+        fs.with("SimulatedIllumination", [](Hvx::Feature& f) { return f.SetFloatValue(0.0); }),
+        HvErrorSuccess);
+    auto mean = [&] {
+        Hvx::FramePtr frame;
+        EXPECT_EQ(cam->AcquireSingleImage(frame, 1000), HvErrorSuccess);
+        const unsigned char* p = nullptr;
+        if (!frame || frame->GetImage(p) != HvErrorSuccess)
+            return -1.0;
+        double sum = 0;
+        for (size_t i = 0; i < 640 * 512; ++i)
+            sum += p[i];
+        return sum / (640 * 512);
+    };
+    const double off = mean();
+    ASSERT_EQ(fs.setInt("Shading_Control", 1), HvErrorSuccess);
+    const double on = mean();
+    EXPECT_GT(off, 5.0);
+    EXPECT_GT(on, 1.8 * off);
+}
+
 // A streaming camera keeps its files shut and a camera with an open file
 // does not start streaming; "TLParamsLocked", set by the start or by the
 // host, holds the image and packet parameters.

@@ -1,9 +1,8 @@
 // A small transport-layer module for the SDK core's own tests: two fixed
 // cameras, and hooks (FakeTl*) through which a test plugs and unplugs
-// cameras and interfaces and changes access; none of that
-// the simulator can do on demand. Built several times with different IDs
-// and interface versions to exercise the module search. Feature behaviour
-// is tested on the simulator's cameras instead.
+// cameras and changes access, none of which the simulator can do on demand.
+// Built several times with different IDs and interface versions to exercise
+// the module search. Feature behaviour is tested on the simulator's cameras.
 
 #include "Hvx/TransportLayerModule.h"
 
@@ -185,14 +184,6 @@ public:
                             m_devices.end());
             if (arg && m_host)
                 m_host->DeviceLeft(id);
-        } else if (hook == "addInterface") {
-            m_interfaces.push_back({id, std::string("Added ") + id, HvTransportLayerTypeGEV});
-            m_host->InterfaceArrived(m_interfaces.back());
-        } else if (hook == "removeInterface") {
-            m_interfaces.erase(
-                std::stable_partition(m_interfaces.begin(), m_interfaces.end(), other),
-                m_interfaces.end());
-            m_host->InterfaceLeft(id);
         } else if (hook == "setAccess") {
             for (auto& device : m_devices)
                 if (device.id == id) {

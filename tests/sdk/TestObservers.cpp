@@ -117,18 +117,6 @@ TEST_F(ObserverTest, UnregisteredObserversHearNothingMore)
     EXPECT_EQ((Expected{{"fake::CAM-A", 0}, {"fake::CAM-B", 0}}), Summary(recorder->Events()));
 }
 
-TEST_F(ObserverTest, InterfacesArriveAndLeave)
-{
-    hooks.addInterface("fake-if-7");
-    hooks.removeInterface("fake-if-7");
-    hooks.removeInterface("fake-if-1");
-    unsigned int count = 0;
-    ASSERT_EQ(HvErrorSuccess, system().GetInterfaces(nullptr, count));
-    EXPECT_EQ(1u, count);
-    EXPECT_EQ((Expected{{"fake-if-7", 0}, {"fake-if-7", 1}, {"fake-if-1", 1}}),
-              Summary(recorder->WaitFor(3)));
-}
-
 TEST_F(ObserverTest, RegistrationErrors)
 {
     EXPECT_EQ(HvErrorInvalidCall, system().RegisterCameraListObserver(recorder));

@@ -1,8 +1,9 @@
 // Simulated cameras besides File Access, through the SDK: hot plug through
-// the configuration file, the map area, what a streaming or read-only camera
-// refuses. Faults, registers, frames, User Sets and hot plug by the controls
-// are tested by the camera layer's tests on the same simulator, settings
-// that outlive the program by orvex-nuc's.
+// the configuration file, the map area and the frames a selected map
+// corrects, what a streaming or read-only camera refuses. Faults, registers,
+// User Sets and hot plug by the controls are tested by the camera layer's
+// tests on the same simulator, settings that outlive the program by
+// orvex-nuc's.
 
 #include "SimTestUtil.h"
 

@@ -93,6 +93,11 @@ TEST_F(SdkOnSim, RefusalsAreTheSameInBothApis)
     EXPECT_EQ(HvErrorSuccess, HvFeatureIntGet(handle, "Brightness", &i));
     EXPECT_EQ(10, i);
     EXPECT_EQ("B", flatText(HvFeatureEnumGet, "Mode"));
+    // The SDK refuses an unavailable entry itself: it never reaches the camera.
+    std::vector<HvxSim::TraceEntry> trace;
+    ASSERT_EQ(0, control()->GetTrace("F-1", trace));
+    for (const auto& e : trace)
+        EXPECT_FALSE(e.feature == "Mode" && e.value == "C") << e.op;
     EXPECT_EQ(HvErrorNotFound, HvFeatureIntGet(handle, "brightness", &i));
     EXPECT_EQ(HvErrorBadHandle,
               HvFeatureIntGet(reinterpret_cast<HvHandle>(0x12345), "Brightness", &i));

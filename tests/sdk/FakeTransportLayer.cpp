@@ -1,15 +1,13 @@
 // A small transport-layer module for the SDK core's own tests: two fixed
 // cameras, and hooks (FakeTl*) through which a test plugs and unplugs
-// cameras and interfaces, changes access and fails a query; none of that
-// the simulator can do on demand. Built several times with different IDs
-// and interface versions to exercise the module search. Feature behaviour
-// is tested on the simulator's cameras instead.
+// cameras and changes access, none of which the simulator can do on demand.
+// Built several times with different IDs and interface versions to exercise
+// the module search. Feature behaviour is tested on the simulator's cameras.
 
 #include "Hvx/TransportLayerModule.h"
 
 #include <algorithm>
 #include <atomic>
-#include <map>
 #include <mutex>
 
 #ifndef FAKE_TL_ID
@@ -23,47 +21,15 @@ namespace {
 
 using namespace Hvx::Tl;
 
-// Integer features only; every other call finds nothing.
-class IntFeatureMap : public IFeatureMap
+// No features: feature behaviour is tested on the simulator's cameras.
+class EmptyFeatureMap : public IFeatureMap
 {
 public:
-    struct Int
-    {
-        int64_t value;
-        HvFeatureFlags flags;
-    };
-    std::map<std::string, Int> ints;
-
-    std::vector<std::string> FeatureNames() override
-    {
-        std::vector<std::string> names;
-        for (const auto& i : ints)
-            names.push_back(i.first);
-        return names;
-    }
-    HvErrorType GetFeatureInfo(const std::string& name, FeatureInfo& info) override
-    {
-        const auto it = ints.find(name);
-        if (it == ints.end())
-            return HvErrorNotFound;
-        info.type = HvFeatureDataInt;
-        info.flags = it->second.flags;
-        return HvErrorSuccess;
-    }
-    HvErrorType GetInt(const std::string& name, int64_t& value) override
-    {
-        const auto it = ints.find(name);
-        return it == ints.end() ? HvErrorNotFound : (value = it->second.value, HvErrorSuccess);
-    }
-    HvErrorType SetInt(const std::string& name, int64_t value) override
-    {
-        const auto it = ints.find(name);
-        if (it == ints.end())
-            return HvErrorNotFound;
-        it->second.value = value;
-        return HvErrorSuccess;
-    }
     // clang-format off
+    std::vector<std::string> FeatureNames() override { return {}; }
+    HvErrorType GetFeatureInfo(const std::string&, FeatureInfo&) override { return HvErrorNotFound; }
+    HvErrorType GetInt(const std::string&, int64_t&) override { return HvErrorNotFound; }
+    HvErrorType SetInt(const std::string&, int64_t) override { return HvErrorNotFound; }
     HvErrorType GetIntRange(const std::string&, int64_t&, int64_t&, int64_t&) override { return HvErrorNotFound; }
     HvErrorType GetFloat(const std::string&, double&) override { return HvErrorNotFound; }
     HvErrorType SetFloat(const std::string&, double) override { return HvErrorNotFound; }
@@ -84,16 +50,11 @@ public:
 };
 
 std::atomic<int> g_openDevices{0};
-std::atomic<bool> g_failInterfaceType{false};
 
 class FakeDevice : public IDevice
 {
 public:
-    FakeDevice()
-    {
-        ++g_openDevices;
-        m_features.ints["Width"] = {640, HvFeatureFlagsRead | HvFeatureFlagsWrite};
-    }
+    FakeDevice() { ++g_openDevices; }
     ~FakeDevice() override { --g_openDevices; }
 
     IFeatureMap& Features() override { return m_features; }
@@ -110,7 +71,7 @@ public:
     HvErrorType AcquireFrame(uint32_t, FrameData&) override { return HvErrorTimeout; }
 
 private:
-    IntFeatureMap m_features;
+    EmptyFeatureMap m_features;
 };
 
 class FakeModule;
@@ -129,7 +90,6 @@ public:
                                        ""});
         m_interfaces = {{"fake-if-0", "Fake network card", HvTransportLayerTypeGEV},
                         {"fake-if-1", "Fake USB controller", HvTransportLayerTypeU3V}};
-        m_interfaceFeatures.ints["InterfaceSpeed"] = {1000, HvFeatureFlagsRead};
     }
     ~FakeModule() override
     {
@@ -171,8 +131,6 @@ public:
     HvErrorType GetDeviceInterfaceType(const std::string& deviceId,
                                        HvTransportLayerType& type) override
     {
-        if (g_failInterfaceType)
-            return HvErrorNotSupported;
         std::lock_guard<std::mutex> lock(m_mutex);
         const DeviceInfo* device = Find(deviceId);
         return device ? (type = device->type, HvErrorSuccess) : HvErrorNotFound;
@@ -194,23 +152,21 @@ public:
     {
         if (address != "10.0.0.7")
             return HvErrorNotFound;
-        device = DeviceInfo();
-        device.id = "CAM-ADDR-7";
-        device.interfaceId = "fake-if-0";
-        device.model = "Fake GigE 640";
-        device.name = "Far away";
-        device.serialNumber = "GS-0007";
-        device.permittedAccess = HvAccessModeFull;
-        device.type = HvTransportLayerTypeGEV;
+        device = DeviceInfo{"CAM-ADDR-7",
+                            "fake-if-0",
+                            "Fake GigE 640",
+                            "Far away",
+                            "GS-0007",
+                            HvAccessModeFull,
+                            HvTransportLayerTypeGEV,
+                            "",
+                            ""};
         std::lock_guard<std::mutex> lock(m_mutex);
         if (!Find(device.id))
             m_devices.push_back(device);
         return HvErrorSuccess;
     }
-    IFeatureMap* InterfaceFeatures(const std::string& interfaceId) override
-    {
-        return interfaceId == "fake-if-0" ? &m_interfaceFeatures : nullptr;
-    }
+    IFeatureMap* InterfaceFeatures(const std::string&) override { return nullptr; }
 
     // Test hooks.
     void Change(const std::string& hook, const char* id, uint32_t arg)
@@ -228,14 +184,6 @@ public:
                             m_devices.end());
             if (arg && m_host)
                 m_host->DeviceLeft(id);
-        } else if (hook == "addInterface") {
-            m_interfaces.push_back({id, std::string("Added ") + id, HvTransportLayerTypeGEV});
-            m_host->InterfaceArrived(m_interfaces.back());
-        } else if (hook == "removeInterface") {
-            m_interfaces.erase(
-                std::stable_partition(m_interfaces.begin(), m_interfaces.end(), other),
-                m_interfaces.end());
-            m_host->InterfaceLeft(id);
         } else if (hook == "setAccess") {
             for (auto& device : m_devices)
                 if (device.id == id) {
@@ -258,7 +206,6 @@ private:
     IModuleHost* m_host = nullptr;
     std::vector<DeviceInfo> m_devices;
     std::vector<InterfaceInfo> m_interfaces;
-    IntFeatureMap m_interfaceFeatures;
 };
 
 } // namespace
@@ -285,9 +232,7 @@ HVX_TL_DEFINE_MODULE(FakeModule)
 FAKE_EXPORT int FakeTlHook(const char* what, const char* id, uint32_t arg)
 {
     const std::string hook = what;
-    if (hook == "failInterfaceType")
-        g_failInterfaceType = arg != 0;
-    else if (hook != "openDevices" && g_module != nullptr)
+    if (hook != "openDevices" && g_module != nullptr)
         g_module->Change(hook, id, arg);
     return g_openDevices;
 }

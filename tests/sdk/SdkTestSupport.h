@@ -40,10 +40,7 @@ struct FakeHooks
     void plug(const char* id, bool tellHost) { hook("plug", id, tellHost); }
     void unplug(const char* id, bool tellHost) { hook("unplug", id, tellHost); }
     void setAccess(const char* id, uint32_t access) { hook("setAccess", id, access); }
-    void failInterfaceType(bool fail) { hook("failInterfaceType", "", fail); }
     int openDevices() { return hook ? hook("openDevices", "", 0) : -1; }
-    void addInterface(const char* id) { hook("addInterface", id, 0); }
-    void removeInterface(const char* id) { hook("removeInterface", id, 0); }
 };
 
 // Reads a text by the two-call pattern and checks that both calls agree.

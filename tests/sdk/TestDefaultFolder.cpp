@@ -28,28 +28,11 @@ void ExpectOnlyTheInstalledFakeModule()
 
 } // namespace
 
-TEST(DefaultModuleFolder, UsedWhenHvxTlPathIsUnset)
+TEST(DefaultModuleFolder, UsedWhenHvxTlPathIsUnsetOrEmpty)
 {
     unsetenv("HVX_TL_PATH");
     ExpectOnlyTheInstalledFakeModule();
-}
-
-TEST(DefaultModuleFolder, UsedWhenHvxTlPathIsEmpty)
-{
     setenv("HVX_TL_PATH", "", 1);
     ExpectOnlyTheInstalledFakeModule();
-    unsetenv("HVX_TL_PATH");
-}
-
-TEST(DefaultModuleFolder, NotUsedWhenHvxTlPathIsSet)
-{
-    setenv("HVX_TL_PATH", FAKE_TL_DIR, 1);
-    auto& system = Hvx::HvSystem::GetInstance();
-    ASSERT_EQ(HvErrorSuccess, system.Startup());
-    Hvx::TransportLayerPtr layer;
-    ASSERT_EQ(HvErrorSuccess, system.GetTransportLayerByID("fake", layer));
-    EXPECT_EQ(RealPath(std::string(FAKE_TL_DIR) + "/fake_tl.so"),
-              Text([&](char* b, unsigned int& l) { return layer->GetPath(b, l); }));
-    ASSERT_EQ(HvErrorSuccess, system.Shutdown());
     unsetenv("HVX_TL_PATH");
 }

@@ -4,6 +4,7 @@
 
 #include "OxCamera.h"
 #include "OxFeatureContainer.h"
+#include "OxMapEntry.h"
 #include "SimSession.h"
 
 #include <Hvx/Camera.h>
@@ -77,6 +78,7 @@ private slots:
     void registerByteOrder();
     void saveToUserSet_data();
     void saveToUserSet();
+    void mapEntries();
 };
 
 void TestOxCamera::packetSizeOnConstruction_data()
@@ -190,6 +192,25 @@ void TestOxCamera::saveToUserSet()
     const QString folder = f.sim.path("state/SN-SIM-CAM-1/");
     for (const char* set : {"UserSet1.json", "UserSet2.json"})
         QCOMPARE(QFile::exists(folder + set), storedSet == QLatin1String(set));
+}
+
+// The user maps take the place of the "Userfile" device file they live in.
+void TestOxCamera::mapEntries()
+{
+    QJsonObject config = camera("USB3");
+    config.insert("nucUserMaps", 2);
+    QJsonArray files = config.value("files").toArray();
+    files.append(QJsonObject{{"selector", "Userfile"}, {"kind", "userMap"}});
+    config.insert("files", files);
+    OpenedSimCamera f(kCam, config);
+    QVERIFY(f.ok());
+    QStringList listed;
+    for (const OxMapEntry& e : OxMapEntry::list(OxFeatureContainer(f.handle, nullptr)))
+        listed << e.name + " " + e.fileName + "/" + e.selector;
+    QCOMPARE(listed, QStringList({"ShadingMap0 ShadingMap0/ShadingMap0",
+                                  "ShadingMap1 ShadingMap1/ShadingMap1",
+                                  "NucUserMap0 nuc_usermap0.ge3/Userfile",
+                                  "NucUserMap1 nuc_usermap1.ge3/Userfile"}));
 }
 
 QTEST_GUILESS_MAIN(TestOxCamera)

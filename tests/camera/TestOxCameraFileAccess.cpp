@@ -3,6 +3,7 @@
 // saw (the feature writes, the stored file afterwards).
 
 #include "OxCamera.h"
+#include "OxCameraFeature.h"
 #include "SimSession.h"
 
 #include <Hvx/Camera.h>
@@ -123,6 +124,8 @@ private slots:
     void downloadFailures();
     void fileLeftOpenIsClosedFirst_data();
     void fileLeftOpenIsClosedFirst();
+    void openModeProbe_data();
+    void openModeProbe();
 };
 
 void TestOxCameraFileAccess::uploadChunks_data()
@@ -373,6 +376,35 @@ void TestOxCameraFileAccess::fileLeftOpenIsClosedFirst()
     const QStringList trace = f.trace();
     QCOMPARE(trace.count("FileOperationSelector set Open"), 1);
     QCOMPARE(trace.count("FileOperationSelector set Close"), 2);
+}
+
+void TestOxCameraFileAccess::openModeProbe_data()
+{
+    QTest::addColumn<QString>("selector");
+    QTest::addColumn<bool>("writeBlocked");
+    // Modes the camera took, in order; the SDK refuses unavailable ones
+    // before they reach the camera.
+    QTest::addColumn<QStringList>("accepted");
+    QTest::newRow("read and write")
+        << "Userfile" << false << QStringList{"Read", "Write", "ReadWrite"};
+    QTest::newRow("read only") << "ReadOnly" << true << QStringList{"Read"};
+}
+
+void TestOxCameraFileAccess::openModeProbe()
+{
+    QFETCH(QString, selector);
+    QFETCH(bool, writeBlocked);
+    QFETCH(QStringList, accepted);
+    Fixture f(fileCamera());
+    QVERIFY(f.ok());
+    QVERIFY(OxCameraFeature(f.sim.camera(kCam), nullptr).SetValue("FileSelector", selector));
+    f.sim.clearTrace(kCam);
+
+    bool read = true, write = true;
+    f.camera().GetFileAccessMode(&read, &write);
+    QCOMPARE(read, false);
+    QCOMPARE(write, writeBlocked);
+    QCOMPARE(selectLines(f.trace(), "FileOpenMode set "), accepted);
 }
 
 QTEST_GUILESS_MAIN(TestOxCameraFileAccess)

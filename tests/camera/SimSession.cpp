@@ -5,7 +5,6 @@
 #include <Hvx/HvSystem.h>
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
 
@@ -60,14 +59,12 @@ Hvx::CameraPtr SimSession::openCamera(const char* plainId)
     return cam;
 }
 
-QStringList SimSession::trace(const char* plainId, bool withIsDone)
+QStringList SimSession::trace(const char* plainId)
 {
     std::vector<HvxSim::TraceEntry> entries;
     m_control->GetTrace(plainId, entries);
     QStringList lines;
     for (const auto& e : entries) {
-        if (!withIsDone && e.op == "isdone")
-            continue;
         QString line = QString::fromStdString(e.feature + " " + e.op);
         if (!e.value.empty())
             line += " " + QString::fromStdString(e.value);
@@ -120,10 +117,7 @@ OpenedSimCamera::OpenedSimCamera(const char* plainId, const QJsonObject& camera)
     if (!sim.ok() || !(handle = sim.openCamera(id)))
         return;
     sim.clearTrace(id);
-    QElapsedTimer clock;
-    clock.start();
     wrapper = std::make_unique<OxCamera>(handle, nullptr);
-    constructionMs = clock.elapsed();
     constructionTrace = sim.trace(id);
     sim.clearTrace(id);
 }

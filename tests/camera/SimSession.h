@@ -35,7 +35,7 @@ public:
 
     // Feature operations the camera saw, as "feature op value" lines
     // ("FileSelector set Plain"); scope other than "camera" is prefixed.
-    QStringList trace(const char* plainId, bool withIsDone = true);
+    QStringList trace(const char* plainId);
     void clearTrace(const char* plainId);
     QByteArray storedFile(const char* plainId, const char* selector, const char* fileName = "");
 
@@ -61,13 +61,12 @@ struct OpenedSimCamera
     OpenedSimCamera(const char* plainId, const QJsonObject& camera);
     ~OpenedSimCamera();
     bool ok() const { return wrapper != nullptr; }
-    QStringList trace(bool withIsDone = true) { return sim.trace(id, withIsDone); }
+    QStringList trace() { return sim.trace(id); }
     QByteArray storedFile(const char* selector) { return sim.storedFile(id, selector); }
 
     const char* id;
     SimSession sim;
     Hvx::CameraPtr handle;
     std::unique_ptr<OxCamera> wrapper;
-    qint64 constructionMs = -1;
     QStringList constructionTrace;
 };

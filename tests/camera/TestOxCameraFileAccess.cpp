@@ -1,6 +1,6 @@
 // Device file transfers of the camera wrapper against simulated cameras:
 // what the caller gets (result, byte counts, progress) and what the camera
-// saw (the feature writes in order, the stored file afterwards).
+// saw (the feature writes, the stored file afterwards).
 
 #include "OxCamera.h"
 #include "OxCameraFeature.h"
@@ -10,8 +10,6 @@
 
 #include <QFile>
 #include <QSignalSpy>
-#include <QThread>
-#include <QtConcurrent>
 #include <QtTest>
 
 #include <memory>
@@ -43,12 +41,11 @@ QByteArray seventyText()
 }
 
 QJsonObject fileEntry(const char* selector, const QByteArray& content = QByteArray(),
-                      bool read = true, bool write = true)
+                      bool write = true)
 {
     return QJsonObject{{"selector", selector},
                        {"kind", "plain"},
                        {"content", QString::fromLatin1(content)},
-                       {"read", read},
                        {"write", write}};
 }
 
@@ -59,8 +56,7 @@ QJsonObject fileCamera(const QJsonObject& faults = QJsonObject(),
     QJsonObject cam = SimSession::cameraJson(kCam);
     cam.insert("files",
                QJsonArray{fileEntry("Userfile", "previous"), fileEntry("Seventy", seventyText()),
-                          fileEntry("Empty"), fileEntry("ReadOnly", "factory", true, false),
-                          fileEntry("WriteOnly", QByteArray(), false, true)});
+                          fileEntry("Empty"), fileEntry("ReadOnly", "factory", false)});
     for (auto it = settings.begin(); it != settings.end(); ++it)
         cam.insert(it.key(), it.value());
     if (!faults.isEmpty())
@@ -83,15 +79,6 @@ QJsonObject failOperation(const char* operation, int chunk = 0, const QJsonObjec
 }
 
 const QJsonObject kStatusOnly{{"statusOnly", true}};
-
-// The reads of a completed operation's status (an enumeration's text takes
-// two) and result.
-QStringList reported(const char* status, const QString& result = QString())
-{
-    const QString line = QString("FileOperationStatus get ") + status;
-    return QStringList{line, line} +
-           (result.isEmpty() ? QStringList() : QStringList{"FileOperationResult get " + result});
-}
 
 QList<qint64> remainingValues(const QSignalSpy& spy, const QString& operation)
 {
@@ -127,60 +114,19 @@ class TestOxCameraFileAccess : public QObject
 private slots:
     // Closes that never complete cost one poll instead of three minutes.
     void initTestCase() { qputenv("ORVEX_FILE_CLOSE_WAIT_MS", "100"); }
-    void uploadOneChunkExactSequence();
     void uploadChunks_data();
     void uploadChunks();
-    void restrictedCamera_data();
-    void restrictedCamera();
     void uploadFailures_data();
     void uploadFailures();
-    void uploadLocalFile();
-    void progressCrossesThreads();
     void downloads_data();
     void downloads();
     void downloadFailures_data();
     void downloadFailures();
     void fileLeftOpenIsClosedFirst_data();
     void fileLeftOpenIsClosedFirst();
-    void deleteDeviceFile();
     void openModeProbe_data();
     void openModeProbe();
 };
-
-void TestOxCameraFileAccess::uploadOneChunkExactSequence()
-{
-    Fixture f(fileCamera());
-    QVERIFY(f.ok());
-    QSignalSpy progress(&f.camera(), &OxCamera::updateTransferProcess);
-    long written = -1;
-    const std::vector<unsigned char> data = pattern(65536);
-    QVERIFY(f.camera().UploadBuffer(data, "map.bin", "Userfile", &written));
-    QCOMPARE(written, 65536L);
-    // Every operation is waited for and its report read while it is still
-    // selected; "Write" is selected before its offset and length.
-    QCOMPARE(f.trace(),
-             QStringList({"FileSelector set Userfile", "Filename set map.bin",
-                          "FileOpenMode set Write", "FileOperationSelector set Open",
-                          "FileOperationExecute execute", "FileOperationExecute isdone 1"}) +
-                 reported("Success") +
-                 QStringList({"FileOperationSelector set Write", "FileAccessLength set 65536",
-                              "FileAccessOffset set 0", "FileAccessBuffer set 65536",
-                              "FileOperationExecute execute", "FileOperationExecute isdone 1"}) +
-                 reported("Success", "65536") +
-                 QStringList({"FileOperationSelector set Close", "FileOperationExecute execute",
-                              "FileOperationExecute isdone 1"}) +
-                 reported("Success"));
-    QCOMPARE(remainingValues(progress, "Write"), QList<qint64>({0}));
-    QCOMPARE(f.storedFile("Userfile"), toBytes(data));
-
-    // An empty buffer never reaches the camera.
-    f.sim.clearTrace(kCam);
-    written = -1;
-    QVERIFY(!f.camera().UploadBuffer({}, "map.bin", "Userfile", &written));
-    QCOMPARE(written, -1L);
-    QVERIFY(f.trace().isEmpty());
-    QCOMPARE(progress.count(), 1);
-}
 
 void TestOxCameraFileAccess::uploadChunks_data()
 {
@@ -194,9 +140,8 @@ void TestOxCameraFileAccess::uploadChunks_data()
     const QJsonObject plain;
     QTest::newRow("short single chunk") << plain << 1000 << QStringList{"0"} << QStringList{"1000"}
                                         << QStringList{"1000"} << QList<qint64>{0} << 1000;
-    QTest::newRow("two full chunks")
-        << plain << 131072 << QStringList{"0", "65536"} << QStringList{"65536"}
-        << QStringList{"65536", "65536"} << QList<qint64>{0} << 131072;
+    QTest::newRow("one full chunk") << plain << 65536 << QStringList{"0"} << QStringList{"65536"}
+                                    << QStringList{"65536"} << QList<qint64>{0} << 65536;
     QTest::newRow("150000") << plain << 150000 << QStringList{"0", "65536", "131072"}
                             << QStringList{"65536", "18928"}
                             << QStringList{"65536", "65536", "18928"} << QList<qint64>{84464, 0}
@@ -211,6 +156,9 @@ void TestOxCameraFileAccess::uploadChunks_data()
                        {"fileAccessPadding", true}}
         << 3000 << QStringList{"0", "1024", "2048"} << QStringList{}
         << QStringList{"1024", "1024", "952"} << QList<qint64>{1976, 0} << 3072;
+    QTest::newRow("no Filename") << QJsonObject{{"hasFilename", false}} << 1000 << QStringList{"0"}
+                                 << QStringList{"1000"} << QStringList{"1000"} << QList<qint64>{0}
+                                 << 1000;
     QTest::newRow("no FileOperationStatus")
         << QJsonObject{{"fileOperationStatus", false}} << 1000 << QStringList{"0"}
         << QStringList{"1000"} << QStringList{"1000"} << QList<qint64>{0} << 1000;
@@ -236,51 +184,14 @@ void TestOxCameraFileAccess::uploadChunks()
     QCOMPARE(selectLines(trace, "FileAccessOffset set "), offsets);
     QCOMPARE(selectLines(trace, "FileAccessLength set "), lengths);
     QCOMPARE(selectLines(trace, "FileAccessBuffer set "), buffers);
+    QCOMPARE(selectLines(trace, "Filename set ").size(), settings.contains("hasFilename") ? 0 : 1);
     QCOMPARE(remainingValues(spy, "Write"), progress);
     QCOMPARE(f.storedFile("Userfile"), toBytes(data) + QByteArray(stored - size, '\0'));
-}
 
-// Cameras lacking a feature the transfers would use: an upload and a
-// download still go through, without touching it.
-void TestOxCameraFileAccess::restrictedCamera_data()
-{
-    QTest::addColumn<bool>("hasFilename");
-    QTest::addColumn<bool>("lengthWritable");
-    QTest::addColumn<QString>("untouched");
-    QTest::newRow("no Filename") << false << true << "Filename";
-    QTest::newRow("read-only FileAccessLength") << true << false << "FileAccessLength set";
-}
-
-void TestOxCameraFileAccess::restrictedCamera()
-{
-    QFETCH(bool, hasFilename);
-    QFETCH(bool, lengthWritable);
-    QFETCH(QString, untouched);
-    Fixture f(fileCamera(QJsonObject(), {{"hasFilename", hasFilename},
-                                         {"fileAccessLengthWritable", lengthWritable}}));
-    QVERIFY(f.ok());
-    long written = -1;
-    const std::vector<unsigned char> data = pattern(150000, 9);
-    QVERIFY(f.camera().UploadBuffer(data, "map.bin", "Userfile", &written));
-    QCOMPARE(written, 150000L);
-    QCOMPARE(f.storedFile("Userfile"), toBytes(data));
-    QCOMPARE(selectLines(f.trace(), "FileAccessBuffer set "),
-             QStringList({"65536", "65536", "18928"}));
-    QCOMPARE(selectLines(f.trace(), untouched), QStringList());
-
+    // An empty buffer never reaches the camera.
     f.sim.clearTrace(kCam);
-    long read = -1;
-    const QString local = f.sim.path("seventy.txt");
-    QVERIFY(f.camera().DownloadDeviceFile(QFile::encodeName(local), "s.txt", "Seventy", &read));
-    QCOMPARE(read, long(kSeventy));
-    QCOMPARE(fileBytes(local), seventyText());
-    QCOMPARE(selectLines(f.trace(), untouched), QStringList());
-
-    // The delete writes the name unconditionally, so without one it stops there.
-    f.sim.clearTrace(kCam);
-    QCOMPARE(f.camera().DeleteDeviceFile("map.bin", "Seventy"), hasFilename);
-    if (!hasFilename)
-        QCOMPARE(f.trace(), QStringList({"FileSelector set Seventy"}));
+    QVERIFY(!f.camera().UploadBuffer({}, "map.bin", "Userfile", &written));
+    QVERIFY(f.trace().isEmpty());
 }
 
 void TestOxCameraFileAccess::uploadFailures_data()
@@ -288,32 +199,22 @@ void TestOxCameraFileAccess::uploadFailures_data()
     QTest::addColumn<QJsonObject>("faults");
     QTest::addColumn<bool>("result");
     QTest::addColumn<long>("written"); // -1: left untouched
-    QTest::addColumn<int>("opens");
-    QTest::addColumn<int>("closes");
+    QTest::addColumn<int>("closes");   // close requests the camera saw
     QTest::addColumn<QList<qint64>>("progress");
     QTest::addColumn<int>("storedBytes"); // -1: the previous content stays
 
-    QTest::newRow("selector") << failFeature("FileSelector") << false << -1L << 0 << 0
-                              << QList<qint64>{} << -1;
-    QTest::newRow("file name") << failFeature("Filename") << false << -1L << 0 << 0
-                               << QList<qint64>{} << -1;
-    QTest::newRow("open mode") << failFeature("FileOpenMode") << false << -1L << 0 << 0
-                               << QList<qint64>{} << -1;
-    QTest::newRow("open") << failOperation("Open") << false << -1L << 1 << 0 << QList<qint64>{}
-                          << -1;
+    QTest::newRow("selector") << failFeature("FileSelector") << false << -1L << 0 << QList<qint64>{}
+                              << -1;
+    QTest::newRow("open") << failOperation("Open") << false << -1L << 0 << QList<qint64>{} << -1;
     // Past the open: the file is closed and the call counts as done.
-    QTest::newRow("length") << failFeature("FileAccessLength") << true << 0L << 1 << 1
+    QTest::newRow("length") << failFeature("FileAccessLength") << true << 0L << 1
                             << QList<qint64>{0} << 0;
-    QTest::newRow("offset") << failFeature("FileAccessOffset") << true << 0L << 1 << 1
-                            << QList<qint64>{0} << 0;
-    QTest::newRow("buffer") << failFeature("FileAccessBuffer") << true << 0L << 1 << 1
-                            << QList<qint64>{0} << 0;
-    QTest::newRow("second chunk") << failOperation("Write", 2) << true << 65536L << 1 << 1
+    QTest::newRow("second chunk") << failOperation("Write", 2) << true << 65536L << 1
                                   << QList<qint64>{84464, 0} << 65536;
-    QTest::newRow("last chunk") << failOperation("Write", 3) << true << 131072L << 1 << 1
+    QTest::newRow("last chunk") << failOperation("Write", 3) << true << 131072L << 1
                                 << QList<qint64>{84464, 0} << 131072;
-    QTest::newRow("close") << failOperation("Close") << false << -1L << 1 << 1
-                           << QList<qint64>{84464} << -1;
+    QTest::newRow("close") << failOperation("Close") << false << -1L << 1 << QList<qint64>{84464}
+                           << -1;
 }
 
 void TestOxCameraFileAccess::uploadFailures()
@@ -321,7 +222,6 @@ void TestOxCameraFileAccess::uploadFailures()
     QFETCH(QJsonObject, faults);
     QFETCH(bool, result);
     QFETCH(long, written);
-    QFETCH(int, opens);
     QFETCH(int, closes);
     QFETCH(QList<qint64>, progress);
     QFETCH(int, storedBytes);
@@ -332,64 +232,13 @@ void TestOxCameraFileAccess::uploadFailures()
     long count = -1;
     QCOMPARE(f.camera().UploadBuffer(data, "map.bin", "Userfile", &count), result);
     QCOMPARE(count, written);
-    const QStringList trace = f.trace();
-    QCOMPARE(trace.count("FileOperationSelector set Open"), opens);
-    QCOMPARE(trace.count("FileOperationSelector set Close"), closes);
+    QCOMPARE(f.trace().count("FileOperationSelector set Close"), closes);
     QCOMPARE(remainingValues(spy, "Write"), progress);
     const QByteArray stored = f.storedFile("Userfile");
     if (storedBytes < 0)
         QCOMPARE(stored, QByteArray("previous"));
     else
         QCOMPARE(stored, toBytes(data).left(storedBytes));
-}
-
-void TestOxCameraFileAccess::uploadLocalFile()
-{
-    Fixture f(fileCamera());
-    QVERIFY(f.ok());
-    const std::vector<unsigned char> data = pattern(100000, 11);
-    const QString path = f.sim.path("local.bin");
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(toBytes(data));
-    file.close();
-    long written = -1;
-    QVERIFY(f.camera().UploadLocalFile("map.bin", QFile::encodeName(path), "Userfile", &written));
-    QCOMPARE(written, 100000L);
-    QCOMPARE(f.storedFile("Userfile"), toBytes(data));
-
-    // An empty or missing local file never reaches the camera.
-    f.sim.clearTrace(kCam);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.close();
-    for (const QString& local : {path, f.sim.path("missing.bin")}) {
-        written = -1;
-        QVERIFY(
-            !f.camera().UploadLocalFile("map.bin", QFile::encodeName(local), "Userfile", &written));
-        QCOMPARE(written, 0L);
-    }
-    QVERIFY(f.trace().isEmpty());
-}
-
-void TestOxCameraFileAccess::progressCrossesThreads()
-{
-    Fixture f(fileCamera());
-    QVERIFY(f.ok());
-    QList<qint64> received;
-    QObject receiver;
-    connect(
-        &f.camera(), &OxCamera::updateTransferProcess, &receiver,
-        [&](int64_t remaining, const QString&, const QString&) {
-            received << (QThread::currentThread() == receiver.thread() ? remaining : -1);
-        },
-        Qt::QueuedConnection);
-    const std::vector<unsigned char> data = pattern(150000, 2);
-    long written = -1;
-    QFuture<bool> transfer = QtConcurrent::run(
-        [&]() { return f.camera().UploadBuffer(data, "map.bin", "Userfile", &written); });
-    transfer.waitForFinished();
-    QVERIFY(transfer.result());
-    QTRY_COMPARE(received, QList<qint64>({84464, 0}));
 }
 
 void TestOxCameraFileAccess::downloads_data()
@@ -439,49 +288,19 @@ void TestOxCameraFileAccess::downloadFailures_data()
     QTest::addColumn<QJsonObject>("faults");
     QTest::addColumn<long>("read");
     QTest::addColumn<QList<qint64>>("progress");
-    // The last feature operations the camera saw (done queries left out).
-    QTest::addColumn<QStringList>("tail");
+    QTest::addColumn<int>("closes"); // close requests the camera saw
 
-    const QStringList opened = QStringList{"FileOperationExecute execute"} + reported("Success");
-    const QStringList closed{"FileOperationSelector set Close", "FileOperationExecute execute"};
-
-    QTest::newRow("selector") << failFeature("FileSelector") << 0L << QList<qint64>{}
-                              << QStringList{"FileSelector set Seventy -> -13"};
-    QTest::newRow("file name") << failFeature("Filename") << 0L << QList<qint64>{}
-                               << QStringList{"FileSelector set Seventy",
-                                              "Filename set map.bin -> -13"};
-    QTest::newRow("open") << failOperation("Open") << 0L << QList<qint64>{}
-                          << QStringList{"FileOperationSelector set Open",
-                                         "FileOperationExecute execute -> -13"};
-    QTest::newRow("file size") << failFeature("FileSize", "get") << 0L << QList<qint64>{}
-                               << (opened + QStringList{"FileSize get -> -13"} + closed);
+    QTest::newRow("open") << failOperation("Open") << 0L << QList<qint64>{} << 0;
+    QTest::newRow("file size") << failFeature("FileSize", "get") << 0L << QList<qint64>{} << 1;
     // The one failure after the open that leaves the device file open.
-    QTest::newRow("length") << failFeature("FileAccessLength") << 0L << QList<qint64>{}
-                            << QStringList{"FileSize get 70000", "FileOperationSelector set Read",
-                                           "FileAccessLength set 65536 -> -13"};
-    QTest::newRow("offset")
-        << failFeature("FileAccessOffset") << 0L << QList<qint64>{}
-        << (QStringList{"FileAccessLength set 65536", "FileAccessOffset set 0 -> -13"} + closed);
-    QTest::newRow("buffer") << failFeature("FileAccessBuffer", "get") << 0L << QList<qint64>{}
-                            << (reported("Success", "65536") +
-                                QStringList{"FileAccessBuffer get -> -13"} + closed);
-    QTest::newRow("second read") << failOperation("Read", 2) << 65536L << QList<qint64>{4464}
-                                 << (QStringList{"FileAccessOffset set 65536",
-                                                 "FileAccessLength set 4464",
-                                                 "FileOperationExecute execute -> -13"} +
-                                     closed);
+    QTest::newRow("length") << failFeature("FileAccessLength") << 0L << QList<qint64>{} << 0;
+    QTest::newRow("buffer") << failFeature("FileAccessBuffer", "get") << 0L << QList<qint64>{} << 1;
+    QTest::newRow("second read") << failOperation("Read", 2) << 65536L << QList<qint64>{4464} << 1;
     // The buffer is not read when the camera says the read failed.
     QTest::newRow("second read, status only")
-        << failOperation("Read", 2, kStatusOnly) << 65536L << QList<qint64>{4464}
-        << (QStringList{"FileOperationExecute execute"} + reported("Failure") + closed);
-    // A failed close is tried once more by the abort path; the camera has
-    // ended the file already, so the second selection is refused before it
-    // reaches the camera and only its execute shows.
-    QTest::newRow("close") << failOperation("Close") << 70000L << QList<qint64>{4464, 0}
-                           << QStringList{"FileAccessBuffer get 65536",
-                                          "FileOperationSelector set Close",
-                                          "FileOperationExecute execute -> -13",
-                                          "FileOperationExecute execute -> -15"};
+        << failOperation("Read", 2, kStatusOnly) << 65536L << QList<qint64>{4464} << 1;
+    // A failed close is tried once more by the abort path.
+    QTest::newRow("close") << failOperation("Close") << 70000L << QList<qint64>{4464, 0} << 1;
 }
 
 void TestOxCameraFileAccess::downloadFailures()
@@ -489,7 +308,7 @@ void TestOxCameraFileAccess::downloadFailures()
     QFETCH(QJsonObject, faults);
     QFETCH(long, read);
     QFETCH(QList<qint64>, progress);
-    QFETCH(QStringList, tail);
+    QFETCH(int, closes);
     Fixture f(fileCamera(faults));
     QVERIFY(f.ok());
     QSignalSpy spy(&f.camera(), &OxCamera::updateTransferProcess);
@@ -497,8 +316,7 @@ void TestOxCameraFileAccess::downloadFailures()
     long count = -1;
     QVERIFY(!f.camera().DownloadDeviceFile(QFile::encodeName(local), "map.bin", "Seventy", &count));
     QCOMPARE(count, read);
-    const QStringList trace = f.trace(false);
-    QCOMPARE(trace.mid(trace.size() - tail.size()), tail);
+    QCOMPARE(f.trace().count("FileOperationSelector set Close"), closes);
     QCOMPARE(remainingValues(spy, "Read"), progress);
     // The local file holds what was counted, and stays on disk.
     QCOMPARE(fileBytes(local), seventyText().left(int(read)));
@@ -555,78 +373,38 @@ void TestOxCameraFileAccess::fileLeftOpenIsClosedFirst()
     }
     QCOMPARE(count, long(after.size()));
     QCOMPARE(f.storedFile("Userfile"), after);
-    const QString mode = "FileOpenMode set " + nextMode;
-    const QStringList opening{mode,
-                              "FileOperationSelector set Close",
-                              "FileOperationExecute execute",
-                              "FileOperationExecute isdone 1",
-                              mode,
-                              "FileOperationSelector set Open",
-                              "FileOperationExecute execute",
-                              "FileOperationExecute isdone 1"};
     const QStringList trace = f.trace();
-    QCOMPARE(trace.mid(2, opening.size()), opening);
     QCOMPARE(trace.count("FileOperationSelector set Open"), 1);
     QCOMPARE(trace.count("FileOperationSelector set Close"), 2);
-}
-
-void TestOxCameraFileAccess::deleteDeviceFile()
-{
-    Fixture f(fileCamera());
-    QVERIFY(f.ok());
-    long written = -1;
-    QVERIFY(f.camera().UploadBuffer(pattern(5000), "map.bin", "Seventy", &written));
-    f.sim.clearTrace(kCam);
-    QVERIFY(f.camera().DeleteDeviceFile("map.bin", "Seventy"));
-    QCOMPARE(f.trace(), QStringList({"FileSelector set Seventy", "Filename set map.bin",
-                                     "FileOpenMode set Write", "FileOperationSelector set Delete",
-                                     "FileOperationExecute execute"}));
-    // Back to the camera's own content.
-    QCOMPARE(f.storedFile("Seventy"), seventyText());
-
-    // A read-only file refuses the write mode, so nothing is deleted.
-    f.sim.clearTrace(kCam);
-    QVERIFY(!f.camera().DeleteDeviceFile("x", "ReadOnly"));
-    QVERIFY(selectLines(f.trace(), "FileOperationSelector").isEmpty());
 }
 
 void TestOxCameraFileAccess::openModeProbe_data()
 {
     QTest::addColumn<QString>("selector");
-    QTest::addColumn<bool>("readBlocked");
     QTest::addColumn<bool>("writeBlocked");
     // Modes the camera took, in order; the SDK refuses unavailable ones
     // before they reach the camera.
     QTest::addColumn<QStringList>("accepted");
     QTest::newRow("read and write")
-        << "Userfile" << false << false << QStringList{"Read", "Write", "ReadWrite"};
-    QTest::newRow("read only") << "ReadOnly" << false << true << QStringList{"Read"};
-    QTest::newRow("write only") << "WriteOnly" << true << false << QStringList{"Write"};
-    // The selection cannot be read: nothing counts as blocked, nothing is tried.
-    QTest::newRow("selector unreadable") << QString() << false << false << QStringList();
+        << "Userfile" << false << QStringList{"Read", "Write", "ReadWrite"};
+    QTest::newRow("read only") << "ReadOnly" << true << QStringList{"Read"};
 }
 
 void TestOxCameraFileAccess::openModeProbe()
 {
     QFETCH(QString, selector);
-    QFETCH(bool, readBlocked);
     QFETCH(bool, writeBlocked);
     QFETCH(QStringList, accepted);
-    Fixture f(fileCamera(selector.isEmpty() ? failFeature("FileSelector", "get") : QJsonObject()));
+    Fixture f(fileCamera());
     QVERIFY(f.ok());
-    OxCameraFeature features(f.sim.camera(kCam), nullptr);
-    if (!selector.isEmpty())
-        QVERIFY(features.SetValue("FileSelector", selector));
+    QVERIFY(OxCameraFeature(f.sim.camera(kCam), nullptr).SetValue("FileSelector", selector));
     f.sim.clearTrace(kCam);
 
     bool read = true, write = true;
     f.camera().GetFileAccessMode(&read, &write);
-    QCOMPARE(read, readBlocked);
+    QCOMPARE(read, false);
     QCOMPARE(write, writeBlocked);
-    QCOMPARE(selectLines(f.trace(false), "FileOpenMode set "), accepted);
-    QVariant mode;
-    if (!accepted.isEmpty() && features.GetValue("FileOpenMode", mode))
-        QCOMPARE(mode.toString(), accepted.last());
+    QCOMPARE(selectLines(f.trace(), "FileOpenMode set "), accepted);
 }
 
 QTEST_GUILESS_MAIN(TestOxCameraFileAccess)

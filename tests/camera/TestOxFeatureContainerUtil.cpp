@@ -7,7 +7,6 @@
 
 #include <Hvx/Camera.h>
 
-#include <QElapsedTimer>
 #include <QtTest>
 
 namespace {
@@ -68,7 +67,6 @@ private slots:
     void getByType();
     void setByType_data();
     void setByType();
-    void enumerationAccessors();
     void commandWait_data();
     void commandWait();
 };
@@ -147,24 +145,6 @@ void TestOxFeatureContainerUtil::setByType()
     }
 }
 
-void TestOxFeatureContainerUtil::enumerationAccessors()
-{
-    Session s;
-    QVERIFY(s.cam);
-    QVariant value;
-    QVariant entry("UserSet1");
-    QCOMPARE(
-        OxFeatureContainerUtil::SetFeatureValueEnum(s.cam->GetHandle(), "UserSetSelector", entry),
-        HvErrorSuccess);
-    QCOMPARE(OxFeatureContainerUtil::GetFeatureValueEnum(s.cam, "UserSetSelector", value),
-             HvErrorSuccess);
-    QCOMPARE(value, QVariant("UserSet1"));
-    // Only enumerations.
-    QCOMPARE(OxFeatureContainerUtil::GetFeatureValueEnum(s.cam, "Width", value), HvErrorWrongType);
-    QCOMPARE(OxFeatureContainerUtil::SetFeatureValueEnum(s.cam->GetHandle(), "DeviceUserID", entry),
-             HvErrorWrongType);
-}
-
 void TestOxFeatureContainerUtil::commandWait_data()
 {
     QTest::addColumn<bool>("handle");
@@ -172,18 +152,15 @@ void TestOxFeatureContainerUtil::commandWait_data()
     QTest::addColumn<int>("timeoutMs");
     QTest::addColumn<int>("result");
     QTest::addColumn<QStringList>("doneAnswers");
-    QTest::addColumn<int>("minMs");
-    QTest::newRow("object, timeout 0")
-        << false << -1 << 0 << int(HvErrorSuccess) << QStringList() << 0;
-    QTest::newRow("handle, timeout 0")
-        << true << -1 << 0 << int(HvErrorSuccess) << QStringList() << 0;
+    QTest::newRow("object, timeout 0") << false << -1 << 0 << int(HvErrorSuccess) << QStringList();
+    QTest::newRow("handle, timeout 0") << true << -1 << 0 << int(HvErrorSuccess) << QStringList();
     // Not done at the first question, done by the second one 2 s later;
     // the timeout has passed by then, but the done answer counts.
     QTest::newRow("handle, completes late")
-        << true << 1200 << 1000 << int(HvErrorSuccess) << QStringList{"0", "1"} << 1990;
+        << true << 1200 << 1000 << int(HvErrorSuccess) << QStringList{"0", "1"};
     // One question, one sleep, one more question, then the timeout.
     QTest::newRow("object, never done")
-        << false << -1 << 1000 << int(HvErrorTimeout) << QStringList{"0", "0"} << 1990;
+        << false << -1 << 1000 << int(HvErrorTimeout) << QStringList{"0", "0"};
 }
 
 void TestOxFeatureContainerUtil::commandWait()
@@ -193,16 +170,11 @@ void TestOxFeatureContainerUtil::commandWait()
     QFETCH(int, timeoutMs);
     QFETCH(int, result);
     QFETCH(QStringList, doneAnswers);
-    QFETCH(int, minMs);
     const QJsonObject failDone{{"feature", "UserSetLoad"}, {"op", "isdone"}};
     Session s(featureCamera(QJsonObject{{"failFeatures", QJsonArray{failDone}}}));
     QVERIFY(s.cam);
     QCOMPARE(s.sim.control().SetCommandLatency(kCam, "AcquisitionStop", latencyMs), 0);
-    QElapsedTimer clock;
-    clock.start();
     QCOMPARE(int(s.command(handle, "AcquisitionStop", uint64_t(timeoutMs))), result);
-    const qint64 elapsed = clock.elapsed();
-    QVERIFY2(elapsed >= minMs && elapsed < minMs + 1000, qPrintable(QString::number(elapsed)));
     QCOMPARE(selectLines(s.trace(), "AcquisitionStop isdone "), doneAnswers);
     // A command that cannot start is not waited for, and a done query that
     // fails ends the wait with its code at once.

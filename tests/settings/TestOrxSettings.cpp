@@ -167,37 +167,6 @@ private slots:
         for (const char* sub :
              {"", "/images", "/logs", "/ShadingCorr", "/DefectPixelCorr", "/FileAccess"})
             QVERIFY2(QFileInfo(dataRoot() + sub).isDir(), sub);
-
-        // Plausible contents: 24 distinct reference colours in both profiles,
-        // the weighted one with a weight each, and the DefMatch groups.
-        QSettings profiles(configDir() + "/ccprofiles.ini", QSettings::IniFormat);
-        QCOMPARE(profiles.status(), QSettings::NoError);
-        const QRegularExpression colourText("^#[0-9a-f]{6}$");
-        QStringList colours[2];
-        int weights = 0;
-        for (int p : {0, 1}) {
-            profiles.beginGroup(p == 0 ? "Profile SRGB" : "Profile SRGB Weighted");
-            for (const QString& key : profiles.childKeys()) {
-                const QString value = profiles.value(key).toString();
-                bool numeric = false;
-                value.toDouble(&numeric);
-                if (colourText.match(value).hasMatch())
-                    colours[p] << value;
-                else if (p == 1 && numeric && key.startsWith("Weight"))
-                    ++weights;
-            }
-            profiles.endGroup();
-        }
-        QCOMPARE(colours[0].size(), 24);
-        QCOMPARE(colours[0].removeDuplicates(), 0);
-        QCOMPARE(colours[1], colours[0]);
-        QCOMPARE(weights, 24);
-
-        QSettings deffMatch(configDir() + "/deffmatch.ini", QSettings::IniFormat);
-        QCOMPARE(deffMatch.childGroups().size(), 34);
-        QCOMPARE(deffMatch.childGroups().first(), QString("DefMatch00"));
-        for (const QString& group : deffMatch.childGroups())
-            QVERIFY2(!deffMatch.value(group + "/Defects").toString().isEmpty(), qPrintable(group));
     }
 
     // The data folders are made one level at a time: without a Documents

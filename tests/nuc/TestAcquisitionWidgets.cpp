@@ -1,22 +1,14 @@
-// The correction report window and the acquisition dialog, driven through
-// the scripted dialog seam.
+// The acquisition dialog, driven through the scripted dialog seam.
 
 #include "NucFrame.h"
-#include "NucFrameStack.h"
 #include "NucImageInput.h"
 #include "OrxAcquisitionDialog.h"
-#include "OrxCorrectionReportWindow.h"
-#include "OrxPixmapLabel.h"
 #include "ScriptedDialogs.h"
 
-#include <QJsonDocument>
 #include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
-#include <QTemporaryDir>
 #include <QtTest>
-
-#include "TestFiles.h"
 
 namespace {
 
@@ -31,24 +23,6 @@ QImage frame(int level, int k, int w = 16, int h = 8)
             bytes.push_back(uchar(v >> 8));
         }
     return NucFrame::fromCamera(bytes.data(), qint64(bytes.size()), w, h, 12);
-}
-
-NucCorrectionReport report()
-{
-    static NucFrameStack before, after;
-    if (before.frames() == 0)
-        for (int k = 0; k < 4; ++k) {
-            before.add(frame(2000, k));
-            after.add(frame(2300, k + 1));
-        }
-    NucCorrectionReport::Inputs in;
-    in.camera = "sim::CAM";
-    in.entry = "ShadingMap0";
-    in.fullScale = 4095;
-    in.before = &before;
-    in.after = &after;
-    in.mapWords = QVector<quint16>(16 * 8, quint16(0 | 20 << 10));
-    return NucCorrectionReport::compute(in);
 }
 
 // A camera of frames at a level; fails at frame failAt (1-based) if set.
@@ -76,55 +50,6 @@ class TestAcquisitionWidgets : public QObject
 {
     Q_OBJECT
 private slots:
-    void reportWindowShowsAndSaves_data()
-    {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("answer");  // file name chosen, in the temporary folder
-        QTest::addColumn<QString>("message"); // how the box after the chooser starts
-        QTest::newRow("pdf") << "btnSavePdf"
-                             << "r"
-                             << "Report saved to %1/r.pdf.";
-        QTest::newRow("json") << "btnSaveJson"
-                              << "r.JSON"
-                              << "Report saved to %1/r.JSON.";
-        QTest::newRow("unwritable") << "btnSaveJson"
-                                    << "missing/r.json"
-                                    << "The report could not be saved: %1/missing/r.json: ";
-    }
-
-    void reportWindowShowsAndSaves()
-    {
-        QFETCH(QString, button);
-        QFETCH(QString, answer);
-        QFETCH(QString, message);
-        QTemporaryDir dir;
-        ScriptedDialogs dialogs;
-        const NucCorrectionReport r = report();
-        OrxCorrectionReportWindow window(r);
-        QCOMPARE(window.windowTitle(), QString("Correction Report"));
-        QCOMPARE(window.findChild<QLabel*>("lblFigures")->text(), r.lines().join('\n'));
-        QVERIFY(r.lines().contains("128 pixels clamped at gain 1.0: raise the target gain"));
-        for (const char* chart : {"lblHistogram", "lblRowProfile", "lblColumnProfile"})
-            QCOMPARE(window.findChild<OrxPixmapLabel*>(chart)->image().size(), QSize(900, 300));
-
-        dialogs.answer(dir.filePath(answer));
-        window.findChild<QPushButton*>(button)->click();
-        QCOMPARE(dialogs.calls.size(), 2);
-        QCOMPARE(dialogs.calls[0].filter,
-                 button == "btnSavePdf" ? QString("PDF (*.pdf)") : QString("JSON (*.json)"));
-        const ScriptedDialogs::Call box = dialogs.calls[1];
-        QCOMPARE(box.title, QString("Save Report"));
-        QVERIFY2(box.text.startsWith(message.arg(dir.path())), qPrintable(box.text));
-        const QStringList saved = QDir(dir.path()).entryList(QDir::Files);
-        QCOMPARE(box.kind,
-                 saved.isEmpty() ? ScriptedDialogs::Critical : ScriptedDialogs::Information);
-        const QByteArray bytes = readFile(dir.filePath(saved.value(0)));
-        if (button == "btnSavePdf")
-            QVERIFY(bytes.startsWith("%PDF-"));
-        else if (!saved.isEmpty())
-            QCOMPARE(QJsonDocument::fromJson(bytes).object(), r.toJson());
-    }
-
     void acquisitionDialog_data()
     {
         QTest::addColumn<int>("series");

@@ -19,6 +19,7 @@
 #include <Hvx/Camera.h>
 
 #include <QComboBox>
+#include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -446,16 +447,12 @@ private slots:
                 progress = candidate;
         QVERIFY(progress && !progress->isVisible());
         QSignalSpy bar(progress->findChild<QProgressBar*>(), &QProgressBar::valueChanged);
-        QSignalSpy log(&panel, &OrxNUShadingCorrection::sendLogMessage);
         dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadMapToCam")->click();
         QCOMPARE(panel.transferButtons(), (QList<bool>{false, false, false, true}));
         QVERIFY(finished(dialogs, "Upload Generated Map task has been successfully done."));
         QCOMPARE(dialogs.calls.last().kind, ScriptedDialogs::Information);
         QCOMPARE(panel.transferButtons(), buttons);
-        QCOMPARE(log.size(), 2); // the backup's line first
-        QCOMPARE(log[1][0].toString(),
-                 QString("Upload device file ShadingMap0: 655392 bytes written."));
         // 655392 bytes: 11 chunks, reported after each while reading the
         // backup, after the first nine while writing.
         QList<int> values;
@@ -497,15 +494,14 @@ private slots:
         dialogs.answer(QMessageBox::Yes);
         panel.button("btnUploadLocalMap")->click();
         QVERIFY(finished(dialogs, "Upload Local File Error occurs during File Access."));
-        QCOMPARE(titles(dialogs), (QStringList{"Upload Local Map", "Upload Local Map", "Map Backup",
-                                               "File Access"}));
-        QCOMPARE(dialogs.calls[0].text,
-                 QString("The uploaded map would overwrite the selected map 'ShadingMap0'.\n"
-                         "Do you want to proceed?"));
-        QCOMPARE(dialogs.calls[2].text,
-                 QString("The camera's current map 'ShadingMap0' could not be kept as a backup "
-                         "(the download of ShadingMap0 failed after 0 bytes).\nUpload without a "
-                         "backup?"));
+        QCOMPARE(dialogs.calls[1].title, QString("Upload Local Map")); // the chooser
+        QCOMPARE(messages(dialogs),
+                 QStringList({"Upload Local Map: The uploaded map would overwrite the selected map "
+                              "'ShadingMap0'.\nDo you want to proceed?",
+                              "Map Backup: The camera's current map 'ShadingMap0' could not be "
+                              "kept as a backup (the download of ShadingMap0 failed after 0 "
+                              "bytes).\nUpload without a backup?",
+                              "File Access: Upload Local File Error occurs during File Access."}));
         QCOMPARE(panel.transferButtons(), (QList<bool>{true, true, false, true}));
     }
 
@@ -624,6 +620,20 @@ private slots:
         QCOMPARE(window->report().entry, QString("ShadingMap0"));
         QCOMPARE(window->report().darkFrames, 1);
         QCOMPARE(window->report().before.frames, 16);
+        // The report window shows the figures and the charts, and saves the report.
+        QCOMPARE(window->windowTitle(), QString("Correction Report"));
+        QCOMPARE(window->findChild<QLabel*>("lblFigures")->text(),
+                 window->report().lines().join('\n'));
+        for (const char* chart : {"lblHistogram", "lblRowProfile", "lblColumnProfile"})
+            QCOMPARE(window->findChild<OrxPixmapLabel*>(chart)->image().size(), QSize(900, 300));
+        QTemporaryDir out;
+        for (const char* name : {"missing/r.json", "r.JSON"}) {
+            dialogs.answer(out.filePath(name));
+            window->findChild<QPushButton*>("btnSaveJson")->click();
+        }
+        QCOMPARE(dialogs.calls.last().kind, ScriptedDialogs::Information);
+        QCOMPARE(QJsonDocument::fromJson(readFile(out.filePath("r.JSON"))).object(),
+                 window->report().toJson());
         // Reset empties the form for the next camera.
         QPointer<OxCamera> camera = panel.model.camera();
         panel.unbind();
@@ -634,12 +644,20 @@ private slots:
         QVERIFY(panel.child<OrxPixmapLabel>("lblMeanImageDark")->image().isNull());
         QCOMPARE(panel.imageFormat, QImage::Format_Grayscale16);
         QVERIFY(!panel.input.darkParams.map && panel.input.width == 0);
-        // The two acquisition dialogs and the question, nothing else.
-        QCOMPARE(titles(dialogs),
+        // The two acquisition dialogs and the question, then the saves.
+        QCOMPARE(titles(dialogs).mid(0, 3),
                  (QStringList{"Acquire Dark Images", "Acquire Dark Images", "Verify Correction"}));
-        QCOMPARE(dialogs.calls[2].text,
-                 QString("Keep map 'ShadingMap0' switched on after the verification?\n"
-                         "No puts the camera's previous correction setting back."));
+        QCOMPARE(dialogs.calls[3].filter, QString("JSON (*.json)"));
+        const QStringList shown = messages(dialogs);
+        QCOMPARE(shown.size(), 3);
+        QCOMPARE(shown[0],
+                 QString("Verify Correction: Keep map 'ShadingMap0' switched on after the "
+                         "verification?\nNo puts the camera's previous correction "
+                         "setting back."));
+        QVERIFY2(shown[1].startsWith("Save Report: The report could not be saved: " +
+                                     out.filePath("missing/r.json") + ": "),
+                 qPrintable(shown[1]));
+        QCOMPARE(shown[2], "Save Report: Report saved to " + out.filePath("r.JSON") + ".");
     }
 };
 

@@ -34,6 +34,15 @@ inline QJsonObject panelCamera(const char* id, int width = 64, int height = 32,
 constexpr const char* kUserMaps = R"({"transport": "USB3", "nucUserMaps": 2,
     "files": [{"selector": "Userfile", "kind": "userMap"}]})";
 
+// A camera with one map slot that opens for writing only and one for reading only.
+constexpr const char* kOpenModes = R"({"files": [
+    {"selector": "ShadingMap0", "kind": "shadingMap", "chunkId": 8193},
+    {"selector": "ShadingMap1", "kind": "shadingMap", "chunkId": 8193, "write": false},
+    {"selector": "ShadingMap2", "kind": "shadingMap", "chunkId": 8193, "read": false}]})";
+
+// A camera with no map slot.
+constexpr const char* kNoMaps = R"({"files": [{"selector": "DeviceLog", "kind": "plain"}]})";
+
 // The 8-bit images of the panel's tests: a dark and a bright one of a size.
 inline QImage testDark(int width, int height)
 {

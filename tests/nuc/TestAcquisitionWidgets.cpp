@@ -1,22 +1,14 @@
-// The correction report window and the acquisition dialog, driven through
-// the scripted dialog seam.
+// The acquisition dialog, driven through the scripted dialog seam.
 
 #include "NucFrame.h"
-#include "NucFrameStack.h"
 #include "NucImageInput.h"
 #include "OrxAcquisitionDialog.h"
-#include "OrxCorrectionReportWindow.h"
-#include "OrxPixmapLabel.h"
 #include "ScriptedDialogs.h"
 
-#include <QJsonDocument>
 #include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
-#include <QTemporaryDir>
 #include <QtTest>
-
-#include "TestFiles.h"
 
 namespace {
 
@@ -31,24 +23,6 @@ QImage frame(int level, int k, int w = 16, int h = 8)
             bytes.push_back(uchar(v >> 8));
         }
     return NucFrame::fromCamera(bytes.data(), qint64(bytes.size()), w, h, 12);
-}
-
-NucCorrectionReport report()
-{
-    static NucFrameStack before, after;
-    if (before.frames() == 0)
-        for (int k = 0; k < 4; ++k) {
-            before.add(frame(2000, k));
-            after.add(frame(2300, k + 1));
-        }
-    NucCorrectionReport::Inputs in;
-    in.camera = "sim::CAM";
-    in.entry = "ShadingMap0";
-    in.fullScale = 4095;
-    in.before = &before;
-    in.after = &after;
-    in.mapWords = QVector<quint16>(16 * 8, quint16(0 | 20 << 10));
-    return NucCorrectionReport::compute(in);
 }
 
 // A camera of frames at a level; fails at frame failAt (1-based) if set.
@@ -76,70 +50,6 @@ class TestAcquisitionWidgets : public QObject
 {
     Q_OBJECT
 private slots:
-    void reportWindowShowsAndSaves_data()
-    {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("answer");  // file name chosen, in the temporary folder
-        QTest::addColumn<QString>("saved");   // file written, empty for none
-        QTest::addColumn<int>("messageKind"); // -1: no message
-        QTest::newRow("pdf") << "btnSavePdf"
-                             << "r"
-                             << "r.pdf" << int(ScriptedDialogs::Information);
-        QTest::newRow("json") << "btnSaveJson"
-                              << "r.JSON"
-                              << "r.JSON" << int(ScriptedDialogs::Information);
-        QTest::newRow("cancelled") << "btnSavePdf"
-                                   << ""
-                                   << "" << -1;
-        QTest::newRow("unwritable") << "btnSaveJson"
-                                    << "missing/r.json"
-                                    << "" << int(ScriptedDialogs::Critical);
-    }
-
-    void reportWindowShowsAndSaves()
-    {
-        QFETCH(QString, button);
-        QFETCH(QString, answer);
-        QFETCH(QString, saved);
-        QFETCH(int, messageKind);
-        QTemporaryDir dir;
-        ScriptedDialogs dialogs;
-        const NucCorrectionReport r = report();
-        OrxCorrectionReportWindow window(r);
-        QCOMPARE(window.windowTitle(), QString("Correction Report"));
-        QCOMPARE(window.findChild<QLabel*>("lblFigures")->text(), r.lines().join('\n'));
-        QVERIFY(r.lines().contains("128 pixels clamped at gain 1.0: raise the target gain"));
-        for (const char* chart : {"lblHistogram", "lblRowProfile", "lblColumnProfile"})
-            QCOMPARE(window.findChild<OrxPixmapLabel*>(chart)->image().size(), QSize(900, 300));
-
-        dialogs.answer(answer.isEmpty() ? QString() : dir.filePath(answer));
-        window.findChild<QPushButton*>(button)->click();
-        QCOMPARE(dialogs.calls.first().kind, ScriptedDialogs::SaveFileName);
-        QCOMPARE(dialogs.calls.first().filter,
-                 button == "btnSavePdf" ? QString("PDF (*.pdf)") : QString("JSON (*.json)"));
-        if (messageKind < 0) {
-            QCOMPARE(dialogs.calls.size(), 1);
-            QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList());
-            return;
-        }
-        QCOMPARE(dialogs.calls.size(), 2);
-        const ScriptedDialogs::Call message = dialogs.calls.last();
-        QCOMPARE(int(message.kind), messageKind);
-        QCOMPARE(message.title, QString("Save Report"));
-        if (saved.isEmpty()) {
-            QVERIFY2(message.text.startsWith(
-                         "The report could not be saved: " + dir.filePath(answer) + ": "),
-                     qPrintable(message.text));
-            return;
-        }
-        QCOMPARE(message.text, QString("Report saved to %1.").arg(dir.filePath(saved)));
-        const QByteArray bytes = readFile(dir.filePath(saved));
-        if (saved.endsWith(".pdf"))
-            QVERIFY(bytes.startsWith("%PDF-"));
-        else
-            QCOMPARE(QJsonDocument::fromJson(bytes).object(), r.toJson());
-    }
-
     void acquisitionDialog_data()
     {
         QTest::addColumn<int>("series");

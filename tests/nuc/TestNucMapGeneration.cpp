@@ -252,8 +252,12 @@ private slots:
                     darkMean[i] = float(i32(darkSums[i])) / fn;
                 }
                 const std::vector<float> dark = plainDarkMap(darkMean, 16, true, step);
-                for (size i = 0; i < n; ++i)
+                for (size i = 0; i < n; ++i) {
+                    // Dead pixels: a corrected mean of 0 gets the top gain.
+                    if (i % 97 == 5)
+                        brightSums[i] = u32(dark[i]) * count;
                     corrected[i] = float(i32(brightSums[i])) / fn - dark[i];
+                }
                 const float mean = float(sequentialSum(corrected) / qint32(n));
                 std::vector<u16> words(n), expected(n);
                 for (size i = 0; i < n; ++i)

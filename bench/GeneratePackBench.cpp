@@ -1,7 +1,6 @@
 #include "BenchSupport.h"
 #include "NucImageInput.h"
 #include "NucMapFile.h"
-#include "NucMapPacking.h"
 #include "NucMapPipeline.h"
 
 #include <sys/resource.h>
@@ -13,8 +12,9 @@
 
 // generate_pack_12mp: one 4096 x 3000 map from a 16-bit dark and bright
 // series, packed and encoded as a .bin file the way orvex-nuc does it (from
-// the series' exact sums); interleaved with the step-by-step calls of the
-// panel on series of the same images for comparison.
+// the series' exact sums); interleaved with the panel's way (the map made
+// in the series, then packed into the file) on series of the same images
+// for comparison.
 int runGeneratePack(int rounds)
 {
     const QStringList dark = Bench::rawFrames(2, true);
@@ -31,7 +31,7 @@ int runGeneratePack(int rounds)
             !input.addLoadedImage(bright[i], frames.back()->grey16(), NucImageInput::Bright))
             return 1;
     }
-    // The steps subtract the dark map from the bright mean in place, and a map
+    // The panel subtracts the dark map from the bright mean in place, and a map
     // made from sums uses the sums up: each round starts again from the same
     // series, made before the clock starts.
     const size_t pixels = size_t(Bench::Pixels);
@@ -53,7 +53,7 @@ int runGeneratePack(int rounds)
     };
     const float gain = 1.1f;
     const quint16 offset = 16;
-    const quint32 mapId = 8193;
+    const NucMapPipeline::FileLayout layout{NucMapFile::Kind::Bin, 8193, false};
 
     auto minorFaults = [] {
         struct rusage usage = {};
@@ -66,52 +66,46 @@ int runGeneratePack(int rounds)
             return -1.0;
         const long faultsBefore = minorFaults();
         const double start = Bench::seconds();
-        const bool ok = NucMapPipeline::makeFile(sums, gain, offset,
-                                                 {NucMapFile::Kind::Bin, mapId, false}, file);
+        const bool ok = NucMapPipeline::makeFile(sums, gain, offset, layout, file);
         const double elapsed = Bench::seconds() - start;
         faults = minorFaults() - faultsBefore;
         return ok ? elapsed : -1.0;
     };
-    auto stepsRound = [&](QByteArray* file) {
+    auto panelRound = [&](QByteArray* file) {
         restore();
         const double start = Bench::seconds();
-        for (NUShadingParams* series : {&input.darkParams, &input.brightParams})
-            series->updateTargetParam(gain, offset);
-        input.darkParams.makeNUCDark16();
-        if (!input.brightParams.makeNUCBright(input.darkParams.map.get()))
+        if (!NucMapPipeline::generate(input, gain, offset, true))
             return -1.0;
-        *file = NucMapFile::binFile(
-            mapId, input.brightParams.width, input.brightParams.height,
-            NucMapPacking::packedMap(input.darkParams, input.brightParams, 16, false));
+        *file = NucMapPipeline::fileImage(input, layout);
         return Bench::seconds() - start;
     };
 
-    QByteArray fastFile, stepsFile;
+    QByteArray fastFile, panelFile;
     fastRound(&fastFile);
-    stepsRound(&stepsFile);
-    if (fastFile != stepsFile || NucMapFile::wordSum(fastFile) != 0) {
+    panelRound(&panelFile);
+    if (fastFile != panelFile || NucMapFile::wordSum(fastFile) != 0) {
         std::fprintf(stderr,
-                     "generate_pack_12mp: the fast file differs from the step-by-step one\n");
+                     "generate_pack_12mp: the file from the sums differs from the panel's\n");
         return 1;
     }
-    std::vector<double> fast, steps;
+    std::vector<double> fast, panel;
     for (int r = 0; r < rounds; ++r) {
         fastFile.clear();
-        stepsFile.clear();
+        panelFile.clear();
         fast.push_back(fastRound(&fastFile));
-        stepsFile.clear();
-        steps.push_back(stepsRound(&stepsFile));
-        if (fast.back() < 0 || steps.back() < 0)
+        panelFile.clear();
+        panel.push_back(panelRound(&panelFile));
+        if (fast.back() < 0 || panel.back() < 0)
             return 1;
     }
     const double fastMs = Bench::median(fast) * 1e3;
-    const double stepsMs = Bench::median(steps) * 1e3;
+    const double panelMs = Bench::median(panel) * 1e3;
     std::fprintf(stderr,
                  "  %d rounds: from the sums %.1f ms (best %.1f, %ld page faults in the last), "
-                 "step by step %.1f ms; same bytes\n",
+                 "the panel's way %.1f ms; same bytes\n",
                  rounds, fastMs, *std::min_element(fast.begin(), fast.end()) * 1e3, faults,
-                 stepsMs);
+                 panelMs);
     Bench::printResult("generate_pack_12mp", fastMs, "ms",
-                       {QString("vs_steps=%1").arg(fastMs / stepsMs, 0, 'f', 2)});
+                       {QString("vs_panel=%1").arg(fastMs / panelMs, 0, 'f', 2)});
     return 0;
 }

@@ -129,23 +129,11 @@ bool NUShadingParams::update16bit(QImage& meanImage, QImage& image, int mode)
     // Adding makes the count 1 only on an empty series, whose buffers were
     // just made for this image: the image is its own mean.
     if (count == 1 && mode == 1)
-        NucKernels::start16(quotients, remainder16.get(), meanBuffer.get(), samples,
-                            pixelCount());
+        NucKernels::start16(quotients, remainder16.get(), meanBuffer.get(), samples, pixelCount());
     else
         NucKernels::accumulate16(quotients, remainder16.get(), meanBuffer.get(), samples,
                                  pixelCount(), qint32(count), mode);
     return true;
-}
-
-float NUShadingParams::mean()
-{
-    if (!meanBuffer || width == 0 || height == 0)
-        return 0.0f;
-    const quint32 pixels = pixelCount();
-    double sum = 0.0;
-    for (quint32 i = 0; i < pixels; ++i)
-        sum += meanBuffer[i];
-    return float(sum / qint32(pixels));
 }
 
 void NUShadingParams::updateTargetParam(float gain, unsigned short offset)
@@ -170,42 +158,6 @@ void NUShadingParams::makeNUCDark()
     // nearly saturated dark pixels (above 200) are left uncorrected on purpose.
     NucKernels::best().darkMap8(map.get(), meanBuffer.get(), pixels, float(offsetStep),
                                 float(targetOffset), qint32(offsetLevels));
-}
-
-void NUShadingParams::makeNUCDark16()
-{
-    if (!meanBuffer || width == 0 || height == 0) {
-        map.reset();
-        return;
-    }
-    const quint32 pixels = pixelCount();
-    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
-        return;
-
-    const float s = float(offsetStep);
-    NucKernels::best().darkMap16(map.get(), meanBuffer.get(), pixels, s, float(targetOffset) * s,
-                                 qint32(offsetLevels));
-}
-
-bool NUShadingParams::makeNUCBright(float* darkMap)
-{
-    if (!darkMap || !meanBuffer || width == 0 || height == 0)
-        return false;
-    const quint32 pixels = pixelCount();
-
-    // In place, so the bright mean stays reduced by the dark map afterwards;
-    // a second generation subtracts it again. The sum is the one mean() would
-    // take afterwards, gathered in the same pass.
-    const NucKernels::KernelSet& kernels = NucKernels::best();
-    const double sum = NucKernels::subtractDarkAndSum(kernels, meanBuffer.get(), darkMap, pixels);
-    const float target = float(sum / qint32(pixels)) * targetGain;
-
-    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
-        return false;
-    // The correction only brightens: gains below 1 become 1, above 2 become 2,
-    // a zero mean gets 2, and NaN passes through unchanged.
-    kernels.gainMap(map.get(), meanBuffer.get(), pixels, target);
-    return true;
 }
 
 bool NUShadingParams::copyRunningMeanFrom(const NUShadingParams& other)

@@ -236,17 +236,6 @@ void darkMap8(float* __restrict map, const float* __restrict mean, size pixels, 
     }
 }
 
-void darkMap16(float* __restrict map, const float* __restrict mean, size pixels, float s, float o,
-               i32 levels)
-{
-    for (size i = 0; i < pixels; ++i) {
-        i32 v = i32((mean[i] - o) / s);
-        v = v < 0 ? 0 : v;
-        v = v >= levels ? levels - 1 : v;
-        map[i] = float(v) * s;
-    }
-}
-
 // Gathers what decides whether values can be summed in any order: each value
 // is an integer multiple of a power of two (minStep, a sum of two biased
 // exponents; 2^(minStep - 277)), and no partial sum exceeds head * 2^(maxExponent
@@ -324,8 +313,10 @@ void subtractDark(float* __restrict mean, const float* __restrict dark, size pix
         [dark](size i) { return dark[i]; });
 }
 
-// darkMap16 and subtractDark in one pass, for a dark and a bright series of
-// the same size: the dark map is subtracted while it is still in registers.
+// The offset map of a 16-bit dark series (each value code * s, the code
+// trunc((mean - o) / s) clamped to the levels), subtracted from the bright
+// mean of the same size in the same pass, while it is still in registers;
+// gathers the results' sum facts as subtractDark does.
 void darkMap16Subtract(float* __restrict map, const float* __restrict darkMean,
                        float* __restrict mean, size pixels, float s, float o, i32 levels,
                        SumFacts* facts)
@@ -569,8 +560,9 @@ static inline __attribute__((always_inline)) float meanOf(u32 sum, double scale)
     return float(double(float(i32(sum))) * scale);
 }
 
-// The dark map value (makeNUCDark16) and the corrected bright mean
-// (makeNUCBright's subtraction) of Lanes pixels, or of one, from the sums.
+// The dark map value (as darkMap16Subtract makes it) and the corrected
+// bright mean (the bright mean less that value) of Lanes pixels, or of one,
+// from the sums.
 struct Corrected
 {
     vf dark, value;
@@ -636,10 +628,9 @@ namespace NUC_KERNEL_NAMESPACE {
 
 extern const KernelSet set;
 const KernelSet set = {
-    NUC_KERNEL_NAME,   add16,        start16,       remove16,     add8,
-    remove8,           addRgb32,     removeRgb32,   darkMap8,     darkMap16,
-    darkMap16Subtract, subtractDark, sumInOrder,    gainMap,      pack,
-    sumStart16,        sumAdd16,     correctSums16, gainPackOnly,
+    NUC_KERNEL_NAME, add16,       start16,    remove16,          add8,          remove8,
+    addRgb32,        removeRgb32, darkMap8,   darkMap16Subtract, subtractDark,  sumInOrder,
+    gainMap,         pack,        sumStart16, sumAdd16,          correctSums16, gainPackOnly,
 };
 
 } // namespace NUC_KERNEL_NAMESPACE

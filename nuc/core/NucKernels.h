@@ -63,8 +63,8 @@ struct KernelSet
     void (*addRgb32)(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n);
     void (*removeRgb32)(const u8* q, u8* r, float* mean, const u8* p, size pixels, i32 n);
     void (*darkMap8)(float* map, const float* mean, size pixels, float s, float o, i32 levels);
-    void (*darkMap16)(float* map, const float* mean, size pixels, float s, float o, i32 levels);
-    // darkMap16 into map, then subtractDark of it from mean, in one pass.
+    // The 16-bit dark map into map, then subtractDark of it from mean, in one
+    // pass.
     void (*darkMap16Subtract)(float* map, const float* darkMean, float* mean, size pixels, float s,
                               float o, i32 levels, SumFacts* facts);
     void (*subtractDark)(float* mean, const float* dark, size pixels, SumFacts* facts);
@@ -78,9 +78,9 @@ struct KernelSet
     void (*sumStart16)(u32* sums, const u16* p, size pixels);
     void (*sumAdd16)(u32* sums, const u16* p, size pixels);
     // Overwrites, as floats, each dark sum with the pixel's dark map value
-    // (makeNUCDark16 on the dark mean) and each bright sum with its corrected
-    // bright mean (makeNUCBright's subtraction), gathering the corrected values
-    // as subtractDark does.
+    // (as darkMap16Subtract makes it of the dark mean) and each bright sum
+    // with its corrected bright mean (the mean less that value), gathering
+    // the corrected values as subtractDark does.
     void (*correctSums16)(const SeriesSums& in, SumFacts* facts);
     // gainMap and then pack of its gains, in one pass, without keeping the
     // gain map.

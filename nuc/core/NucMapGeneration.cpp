@@ -16,39 +16,35 @@ quint32 pixelsOf(const NUShadingParams& series)
 }
 
 // Everything of generate() up to the gain map: the dark map, the in-place
-// subtraction and the target. Returns false where the steps would.
+// subtraction and the target.
 bool prepareGain(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
                  quint16 targetOffset, bool sixteenBit, float* target)
 {
     dark.updateTargetParam(targetGain, targetOffset);
     bright.updateTargetParam(targetGain, targetOffset);
     const quint32 pixels = pixelsOf(bright);
-    const bool fused = sixteenBit && dark.meanBuffer && pixelsOf(dark) == pixels && pixels != 0 &&
-                       bright.meanBuffer;
-    if (!fused) {
-        if (sixteenBit)
-            dark.makeNUCDark16();
-        else
-            dark.makeNUCDark();
-        if (!dark.map || !bright.meanBuffer || pixels == 0)
-            return false;
-        const NucKernels::KernelSet& kernels = NucKernels::best();
-        *target = float(NucKernels::subtractDarkAndSum(kernels, bright.meanBuffer.get(),
-                                                       dark.map.get(), pixels) /
-                        qint32(pixels)) *
-                  bright.targetGain;
-        return true;
-    }
-
-    if (!NucLargeBuffer::reuseOrAllocate(dark.map, pixels))
+    if (!dark.meanBuffer || !bright.meanBuffer || pixels == 0 || pixelsOf(dark) != pixels) {
+        dark.map.reset();
         return false;
+    }
     const NucKernels::KernelSet& kernels = NucKernels::best();
-    const float s = float(dark.offsetStep);
-    NucKernels::SumFacts facts;
-    kernels.darkMap16Subtract(dark.map.get(), dark.meanBuffer.get(), bright.meanBuffer.get(),
-                              pixels, s, float(dark.targetOffset) * s, qint32(dark.offsetLevels),
-                              &facts);
-    const double sum = NucKernels::sumAfter(kernels, facts, bright.meanBuffer.get(), pixels);
+    double sum = 0.0;
+    if (sixteenBit) {
+        if (!NucLargeBuffer::reuseOrAllocate(dark.map, pixels))
+            return false;
+        const float s = float(dark.offsetStep);
+        NucKernels::SumFacts facts;
+        kernels.darkMap16Subtract(dark.map.get(), dark.meanBuffer.get(), bright.meanBuffer.get(),
+                                  pixels, s, float(dark.targetOffset) * s,
+                                  qint32(dark.offsetLevels), &facts);
+        sum = NucKernels::sumAfter(kernels, facts, bright.meanBuffer.get(), pixels);
+    } else {
+        dark.makeNUCDark();
+        if (!dark.map)
+            return false;
+        sum = NucKernels::subtractDarkAndSum(kernels, bright.meanBuffer.get(), dark.map.get(),
+                                             pixels);
+    }
     *target = float(sum / qint32(pixels)) * bright.targetGain;
     return true;
 }

@@ -5,15 +5,16 @@
 class NUShadingParams;
 class NucSeriesSum;
 
-// Map generation with fewer passes over the pixels than the step-by-step
-// calls of the series. Every result is exactly that of the steps named at
-// each function; only the memory traffic differs. NucMapPipeline is the way
-// in for the panel and the command-line tool.
+// Map generation in as few passes over the pixels as the maps allow.
+// NucMapPipeline is the way in for the panel and the command-line tool.
 namespace NucMapGeneration {
 
-// Same as updateTargetParam(targetGain, targetOffset) on both series, then
-// makeNUCDark16() (sixteenBit) or makeNUCDark() on dark, then
-// makeNUCBright(dark.map) on bright, returning the latter's result.
+// Sets the targets of both series; makes the offset map of dark (by the
+// 16-bit rules when sixteenBit, else the 8-bit ones); subtracts it in place
+// from the bright mean, so a second generation subtracts it again; and makes
+// the gain map of bright against targetGain times the mean of the result
+// (summed in double in index order). Gains clamp to 1..2, a zero mean gets 2.
+// False when either series is empty or memory runs out.
 bool generate(NUShadingParams& dark, NUShadingParams& bright, float targetGain,
               quint16 targetOffset, bool sixteenBit);
 

@@ -1,5 +1,7 @@
+#include "NUShadingParams.h"
 #include "NucKernels.h"
 #include "NucParallel.h"
+#include "TestImages.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
@@ -12,40 +14,47 @@ using namespace NucKernels;
 
 namespace {
 
+// Quotients (16-bit only; 8-bit ones stay in the caller's mean image),
+// remainders and float means of a series.
+template <typename T> struct State
+{
+    std::vector<T> q, r;
+    std::vector<float> mean;
+
+    bool operator==(const State& o) const
+    {
+        return q == o.q && r == o.r && mean.size() == o.mean.size() &&
+               std::memcmp(mean.data(), o.mean.data(), mean.size() * sizeof(float)) == 0;
+    }
+};
+
 // The accumulation step exactly as the series define it, written out here
 // independently of the core: total = r + q * (n - mode) + p * mode in 32-bit
 // two's complement, the float mean, truncating division.
-struct Expected
-{
-    std::vector<u16> q, r;
-    std::vector<float> mean;
-};
-
 template <typename T>
-Expected reference(const std::vector<T>& q, const std::vector<T>& r, const std::vector<i32>& p,
-                   i32 n, i32 mode, bool storeQuotient)
+State<T> reference(const std::vector<T>& q, const std::vector<T>& r, const std::vector<i32>& p,
+                   i32 n, i32 mode)
 {
-    Expected e;
-    e.q.resize(q.size());
-    e.r.resize(q.size());
-    e.mean.resize(q.size());
+    State<T> e{q, r, std::vector<float>(q.size())};
     for (size_t i = 0; i < q.size(); ++i) {
         const qint64 wide = qint64(r[i]) + qint64(q[i]) * (qint64(n) - mode) + qint64(p[i]) * mode;
         const i32 total = i32(u32(quint64(wide)));
         e.mean[i] = float(total) / float(n);
         const i32 quotient = total / n;
-        e.r[i] = u16(T(total - quotient * n));
-        e.q[i] = storeQuotient ? u16(T(quotient)) : u16(q[i]);
+        e.r[i] = T(total - quotient * n);
+        if (sizeof(T) == 2)
+            e.q[i] = T(quotient);
     }
     return e;
 }
 
-// One implementation of the 16-bit accumulation under test: a kernel set's
-// add16/remove16, the core's dispatch or its plain loop.
-using Accumulate16 = std::function<void(u16*, u16*, float*, const u16*, size, i32, i32)>;
-using Accumulate8 = std::function<void(const u8*, u8*, float*, const u8*, size, i32, i32)>;
+// The implementations of one accumulation under test: each kernel set's,
+// the core's dispatch, the dispatch with every pass split between the
+// threads at whatever size, and the plain loop.
+template <typename T>
+using Accumulate = std::function<void(T*, T*, float*, const T*, size, i32, i32)>;
+template <typename T> using Implementations = QList<QPair<QString, Accumulate<T>>>;
 
-// The dispatch with every pass split between the threads, at whatever size.
 template <typename F> auto split(F f)
 {
     return [f](auto... args) {
@@ -55,61 +64,37 @@ template <typename F> auto split(F f)
     };
 }
 
-QList<QPair<QString, Accumulate16>> implementations16()
+template <typename T, typename Dispatch, typename Plain, typename Kernel>
+Implementations<T> implementations(Dispatch dispatch, Plain plain, Kernel kernel)
 {
-    QList<QPair<QString, Accumulate16>> list;
+    Implementations<T> list;
     for (int v = 0; v < variantCount(); ++v) {
         const KernelSet* set = &variant(v);
-        list.append(
-            {set->name, [set](u16* q, u16* r, float* m, const u16* p, size n, i32 c, i32 mode) {
-                 (mode == 1 ? set->add16 : set->remove16)(q, r, m, p, n, c);
-             }});
+        list.append({set->name, [set, kernel](T* q, T* r, float* m, const T* p, size n, i32 c,
+                                              i32 mode) { kernel(*set, mode)(q, r, m, p, n, c); }});
     }
-    list.append({"dispatch", &NucKernels::accumulate16});
-    list.append({"split", split(&NucKernels::accumulate16)});
-    list.append({"plain", &NucKernels::plain::accumulate16});
+    list.append({"dispatch", dispatch});
+    list.append({"split", split(dispatch)});
+    list.append({"plain", plain});
     return list;
 }
 
-QList<QPair<QString, Accumulate8>> implementations8(bool rgb)
+Implementations<u16> implementations16()
 {
-    QList<QPair<QString, Accumulate8>> list;
-    for (int v = 0; v < variantCount(); ++v) {
-        const KernelSet* set = &variant(v);
-        list.append({set->name, [set, rgb](const u8* q, u8* r, float* m, const u8* p, size n, i32 c,
-                                           i32 mode) {
-                         if (rgb)
-                             (mode == 1 ? set->addRgb32 : set->removeRgb32)(q, r, m, p, n, c);
-                         else
-                             (mode == 1 ? set->add8 : set->remove8)(q, r, m, p, n, c);
-                     }});
-    }
-    list.append({"dispatch", rgb ? &NucKernels::accumulateRgb32 : &NucKernels::accumulate8});
-    list.append({"split", split(rgb ? &NucKernels::accumulateRgb32 : &NucKernels::accumulate8)});
-    list.append(
-        {"plain", rgb ? &NucKernels::plain::accumulateRgb32 : &NucKernels::plain::accumulate8});
-    return list;
+    return implementations<u16>(
+        &NucKernels::accumulate16, &NucKernels::plain::accumulate16,
+        [](const KernelSet& s, i32 mode) { return mode == 1 ? s.add16 : s.remove16; });
 }
 
-// First index where the outputs differ, for a readable failure.
-QString firstDifference(const Expected& e, const std::vector<u16>& q, const std::vector<u16>& r,
-                        const std::vector<float>& mean)
+Implementations<u8> implementations8(bool rgb)
 {
-    for (size_t i = 0; i < e.q.size(); ++i) {
-        u32 a, b;
-        std::memcpy(&a, &e.mean[i], 4);
-        std::memcpy(&b, &mean[i], 4);
-        if (e.q[i] != q[i] || e.r[i] != r[i] || a != b)
-            return QString("pixel %1: expected q %2 r %3 mean %4, got q %5 r %6 mean %7")
-                .arg(i)
-                .arg(e.q[i])
-                .arg(e.r[i])
-                .arg(double(e.mean[i]), 0, 'g', 9)
-                .arg(q[i])
-                .arg(r[i])
-                .arg(double(mean[i]), 0, 'g', 9);
-    }
-    return QString();
+    if (rgb)
+        return implementations<u8>(
+            &NucKernels::accumulateRgb32, &NucKernels::plain::accumulateRgb32,
+            [](const KernelSet& s, i32 mode) { return mode == 1 ? s.addRgb32 : s.removeRgb32; });
+    return implementations<u8>(
+        &NucKernels::accumulate8, &NucKernels::plain::accumulate8,
+        [](const KernelSet& s, i32 mode) { return mode == 1 ? s.add8 : s.remove8; });
 }
 
 // 16-bit inputs r, q, p whose total r + q * (n - mode) + p * mode is t;
@@ -137,32 +122,59 @@ bool inputsForTotal(i32 n, i32 mode, qint64 t, u16* q, u16* r, u16* p)
 // Runs every implementation on copies of the inputs; the first one whose
 // outputs differ from the reference, or an empty string. Kernel sets are
 // only called within their domain: n up to the fast limit, mode 1 or -1.
-template <typename T, typename Impl>
-QString firstFailure(const QList<QPair<QString, Impl>>& impls, const std::vector<T>& q0,
+template <typename T>
+QString firstFailure(const Implementations<T>& impls, const std::vector<T>& q0,
                      const std::vector<T>& r0, const T* p, const std::vector<i32>& pWide, i32 n,
                      i32 mode)
 {
-    const Expected e = reference(q0, r0, pWide, n, mode, sizeof(T) == 2);
+    const State<T> expected = reference(q0, r0, pWide, n, mode);
     for (const auto& impl : impls) {
         const bool kernelOnly =
             impl.first != "dispatch" && impl.first != "split" && impl.first != "plain";
         if (kernelOnly && (n > FastCountLimit || (mode != 1 && mode != -1)))
             continue;
-        std::vector<T> q = q0, r = r0;
-        std::vector<float> mean(q.size(), -1.0f);
-        impl.second(q.data(), r.data(), mean.data(), p, q.size(), n, mode);
-        const QString diff = firstDifference(e, std::vector<u16>(q.begin(), q.end()),
-                                             std::vector<u16>(r.begin(), r.end()), mean);
-        if (!diff.isEmpty())
-            return QString("%1, n %2, mode %3: %4").arg(impl.first).arg(n).arg(mode).arg(diff);
+        State<T> s{q0, r0, std::vector<float>(q0.size(), -1.0f)};
+        impl.second(s.q.data(), s.r.data(), s.mean.data(), p, q0.size(), n, mode);
+        if (!(s == expected))
+            return QString("%1, n %2, mode %3").arg(impl.first).arg(n).arg(mode);
     }
     return QString();
 }
-#define VERIFY_ALL(...)                                                                            \
-    do {                                                                                           \
-        const QString failure = firstFailure(__VA_ARGS__);                                         \
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));                                          \
-    } while (false)
+
+// The i-th sample of a 16-bit image, read as the series read it: rows as
+// contiguous samples, padding included.
+quint16 sample16(const QImage& image, int i)
+{
+    return reinterpret_cast<const quint16*>(image.constBits())[i];
+}
+
+// Random quotients and remainders, extremes among them, and samples of the
+// kind: 16-bit, 8-bit or colour pixels (every byte sum, each about five
+// times, the sample being the truncated float third of the first three bytes).
+template <typename T> QString randomCase(QRandomGenerator& random, bool rgb, i32 n, i32 mode)
+{
+    const size pixels = 4099; // not a multiple of any vector width
+    const int top = sizeof(T) == 2 ? 65535 : 255;
+    auto any = [&](bool extreme) {
+        return T(extreme ? top * random.bounded(2) : random.bounded(top + 1));
+    };
+    std::vector<T> q0(pixels), r0(pixels), p;
+    std::vector<i32> pWide(pixels);
+    for (size i = 0; i < pixels; ++i) {
+        q0[i] = any(i % 5 == 0);
+        r0[i] = any(false);
+        const int sum = int(i % 766), b = qMin(sum, 255), g = qMin(sum - b, 255);
+        if (rgb)
+            p.insert(p.end(), {T(b), T(g), T(sum - b - g), any(false)});
+        else
+            p.push_back(any(i % 7 == 0));
+        pWide[i] = rgb ? i32(float(sum) / 3.0f) : p[i];
+    }
+    if constexpr (sizeof(T) == 2)
+        return firstFailure(implementations16(), q0, r0, p.data(), pWide, n, mode);
+    else
+        return firstFailure(implementations8(rgb), q0, r0, p.data(), pWide, n, mode);
+}
 
 } // namespace
 
@@ -189,54 +201,40 @@ private slots:
                     }
                 QVERIFY(q0.size() > 4 * 65536);
                 std::vector<i32> pWide(p.begin(), p.end());
-                VERIFY_ALL(implementations16(), q0, r0, p.data(), pWide, n, mode);
+                const QString failure =
+                    firstFailure(implementations16(), q0, r0, p.data(), pWide, n, mode);
+                QVERIFY2(failure.isEmpty(), qPrintable(failure));
             }
         }
     }
 
-    // Random 8-bit inputs for counts around the wrap of the 8-bit remainder
-    // at 256 images, up to the fast limit; the quotient stays in the
-    // caller's mean image.
-    void accumulate8Random()
+    void accumulateRandom_data()
     {
-        QRandomGenerator random(20261125);
-        const size pixels = 4099;
-        for (i32 n : {1, 2, 3, 7, 8, 9, 255, 256, 257, 1000, FastCountLimit}) {
-            for (i32 mode : {1, -1}) {
-                std::vector<u8> q0(pixels), r0(pixels), p(pixels);
-                std::vector<i32> pWide(pixels);
-                for (size i = 0; i < pixels; ++i) {
-                    q0[i] = u8(i % 5 == 0 ? 255 * random.bounded(2) : random.bounded(256));
-                    r0[i] = u8(random.bounded(256));
-                    p[i] = u8(i % 7 == 0 ? 255 * random.bounded(2) : random.bounded(256));
-                    pWide[i] = p[i];
-                }
-                VERIFY_ALL(implementations8(false), q0, r0, p.data(), pWide, n, mode);
-            }
-        }
+        QTest::addColumn<int>("bits");
+        QTest::addColumn<bool>("rgb");
+        QTest::newRow("16-bit") << 16 << false;
+        QTest::newRow("8-bit") << 8 << false;
+        QTest::newRow("RGB32") << 8 << true;
     }
 
-    // Colour pixels: the sample is the truncated float third of the first
-    // three bytes; every byte sum with remainders and quotients across the
-    // 8-bit range, for counts around the wrap of the 8-bit remainder.
-    void accumulateRgb32EverySum()
+    // Random inputs for counts around the wrap of the 8-bit remainder at 256
+    // images, up to the fast limit and beyond it (where 16-bit totals wrap
+    // and the plain loop must run), and for the modes no caller uses.
+    void accumulateRandom()
     {
-        std::vector<u8> q0, r0, pixels4;
-        std::vector<i32> pWide;
-        QRandomGenerator random(7);
-        for (int sum = 0; sum <= 765; ++sum)
-            for (int k = 0; k < 64; ++k) {
-                const int b = qMin(sum, 255), g = qMin(sum - b, 255), red = sum - b - g;
-                pixels4.insert(pixels4.end(), {u8(b), u8(g), u8(red), u8(random.bounded(256))});
-                pWide.push_back(i32(float(sum) / 3.0f));
-                q0.push_back(u8(random.bounded(256)));
-                r0.push_back(u8(random.bounded(256)));
+        QFETCH(int, bits);
+        QFETCH(bool, rgb);
+        QRandomGenerator random(20261122);
+        QList<i32> counts = {1,    2,    3,     7,     8,     9,     255,   256,   257,   1000,
+                             4095, 4096, 32764, 32765, 32766, 32767, 32768, 40000, 65537, 1000003};
+        for (int k = 0; k < 30; ++k)
+            counts << i32(random.bounded(1, FastCountLimit + 1));
+        for (i32 n : counts)
+            for (i32 mode : {1, -1, 0, 2}) {
+                const QString failure = bits == 16 ? randomCase<u16>(random, rgb, n, mode)
+                                                   : randomCase<u8>(random, rgb, n, mode);
+                QVERIFY2(failure.isEmpty(), qPrintable(failure));
             }
-        for (i32 n : {1, 2, 3, 7, 255, 256, 257, 1000}) {
-            for (i32 mode : {1, -1}) {
-                VERIFY_ALL(implementations8(true), q0, r0, pixels4.data(), pWide, n, mode);
-            }
-        }
     }
 
     // The first image of a series, every sample value, through each variant's
@@ -249,18 +247,16 @@ private slots:
         std::vector<i32> pWide(pixels);
         for (size i = 0; i < pixels; ++i)
             pWide[i] = p[i] = u16(i * 40503u); // odd factor: every value once
-        const Expected e = reference(zeros, zeros, pWide, 1, 1, true);
+        const State<u16> expected = reference(zeros, zeros, pWide, 1, 1);
         for (int v = -1; v < variantCount(); ++v) {
-            std::vector<u16> q(pixels, 0xdead), r(pixels, 0xbeef);
-            std::vector<float> mean(pixels, -1.0f);
-            const auto splitStart = split(&NucKernels::start16);
+            State<u16> s{std::vector<u16>(pixels, 0xdead), std::vector<u16>(pixels, 0xbeef),
+                         std::vector<float>(pixels, -1.0f)};
             if (v < 0)
-                splitStart(q.data(), r.data(), mean.data(), p.data(), pixels);
+                split (&NucKernels::start16)(s.q.data(), s.r.data(), s.mean.data(), p.data(),
+                                             pixels);
             else
-                variant(v).start16(q.data(), r.data(), mean.data(), p.data(), pixels);
-            const QString diff = firstDifference(e, q, r, mean);
-            QVERIFY2(diff.isEmpty(),
-                     qPrintable(QString(v < 0 ? "split" : variant(v).name) + ": " + diff));
+                variant(v).start16(s.q.data(), s.r.data(), s.mean.data(), p.data(), pixels);
+            QVERIFY2(s == expected, v < 0 ? "split" : variant(v).name);
         }
     }
 
@@ -283,35 +279,110 @@ private slots:
             }
     }
 
-    // Random inputs over the whole 16-bit range for counts up to the fast
-    // limit and beyond it (where totals wrap and the plain loop must run),
-    // and for the modes no caller uses.
-    void accumulate16RandomFullRange()
+    // The series above the kernels.
+    void seriesPixelValueByFormat_data()
+    {
+        QTest::addColumn<QImage>("image");
+        QTest::addColumn<float>("value");
+        QImage rgb(4, 1, QImage::Format_RGB32);
+        rgb.fill(qRgb(31, 20, 10)); // bytes B=10, G=20, R=31 in memory
+        QTest::newRow("RGB32 averages first three bytes, truncated") << rgb << 20.0f;
+        QTest::newRow("Indexed8 uses the raw index")
+            << TestImages::palette8(4, 1, [](int, int) { return 5; }) << 5.0f;
+    }
+
+    void seriesPixelValueByFormat()
+    {
+        QFETCH(QImage, image);
+        QFETCH(float, value);
+        NUShadingParams series;
+        QImage mean(image.width(), image.height(), QImage::Format_Grayscale8);
+        mean.fill(0);
+        QVERIFY(series.update(mean, image, 1));
+        for (int i = 0; i < 4; ++i)
+            QCOMPARE(series.meanBuffer[i], value);
+    }
+
+    void seriesRefusalChangesNothingButSize()
+    {
+        NUShadingParams series;
+        QImage mean = TestImages::grey16(4, 2, [](int, int) { return 0; });
+        QImage first = TestImages::grey16(4, 2, [](int, int) { return 7; });
+        QVERIFY(series.update(mean, first, 1));
+
+        QImage argb(6, 3, QImage::Format_ARGB32);
+        argb.fill(0);
+        QVERIFY(!series.update(mean, argb, 1));
+        QCOMPARE(series.count, 1u);
+        QCOMPARE(series.width, 6u);
+        QCOMPARE(series.height, 3u);
+        QCOMPARE(series.meanBuffer[0], 7.0f);
+
+        // Another size is refused before the loops could read past the buffers.
+        QImage large = TestImages::grey16(8, 8, [](int, int) { return 5; });
+        QVERIFY(!series.update(mean, large, 1));
+        QCOMPARE(series.count, 1u);
+    }
+
+    void seriesPaddingIsNotSkipped()
+    {
+        // A 16-bit image of width 3 has one padding sample per row; the series
+        // reads the buffer as 6 contiguous samples, padding included.
+        QImage image(3, 2, QImage::Format_Grayscale16);
+        QCOMPARE(image.bytesPerLine(), 8);
+        quint16* raw = reinterpret_cast<quint16*>(image.bits());
+        for (int i = 0; i < 8; ++i)
+            raw[i] = quint16(100 + i);
+        QImage mean(3, 2, QImage::Format_Grayscale16);
+        std::memset(mean.bits(), 0, size_t(mean.sizeInBytes()));
+        NUShadingParams series;
+        QVERIFY(series.update(mean, image, 1));
+        for (int i = 0; i < 6; ++i)
+            QCOMPARE(series.meanBuffer[i], float(100 + i));
+        QCOMPARE(sample16(mean, 3), quint16(103)); // lands in row 0's padding
+    }
+
+    // The state is a function of the exact sum only: 21 random images
+    // added, 9 of them removed again in a shuffled order.
+    void seriesIsExactUnderRandomAddAndRemove()
     {
         QRandomGenerator random(20261122);
-        QList<i32> counts = {1,     2,     255,   256,   4095,  4096,  32764,
-                             32765, 32766, 32767, 32768, 40000, 65537, 1000003};
-        for (int k = 0; k < 40; ++k)
-            counts << i32(random.bounded(1, FastCountLimit + 1));
-        const size pixels = 4099; // not a multiple of any vector width
-        for (i32 n : counts) {
-            for (i32 mode : {1, -1, 0, 2}) {
-                std::vector<u16> q0(pixels), r0(pixels), p(pixels);
-                std::vector<i32> pWide(pixels);
-                for (size i = 0; i < pixels; ++i) {
-                    q0[i] = u16(random.bounded(65536));
-                    r0[i] = u16(random.bounded(65536));
-                    p[i] = u16(random.bounded(65536));
-                    // Extremes carry the corrections and the wrap.
-                    if (i % 7 == 0)
-                        q0[i] = random.bounded(2) ? 65535 : 0;
-                    if (i % 11 == 0)
-                        p[i] = random.bounded(2) ? 65535 : 0;
-                    pWide[i] = p[i];
-                }
-                VERIFY_ALL(implementations16(), q0, r0, p.data(), pWide, n, mode);
-            }
+        const int w = 6, h = 4, n = w * h;
+        auto randomImage = [&] {
+            return TestImages::grey16(w, h, [&](int, int) { return random.bounded(65536); });
+        };
+        NUShadingParams series;
+        QList<QImage> extra;
+        QVector<qint64> sum(n, 0);
+        QImage mean = randomImage(); // the first addition multiplies it by 0
+        for (int k = 0; k < 21; ++k) {
+            QImage image = randomImage();
+            QVERIFY(series.update(mean, image, 1));
+            if (k % 2 && extra.size() < 9)
+                extra << image;
+            else
+                for (int i = 0; i < n; ++i)
+                    sum[i] += sample16(image, i);
         }
+        while (!extra.isEmpty()) {
+            QImage image = extra.takeAt(random.bounded(extra.size()));
+            QVERIFY(series.update(mean, image, -1));
+        }
+        QCOMPARE(series.count, 12u);
+        for (int i = 0; i < n; ++i) {
+            QCOMPARE(qint64(sample16(mean, i)), sum[i] / 12);
+            QCOMPARE(qint64(series.remainder16[i]), sum[i] % 12);
+            QCOMPARE(series.meanBuffer[i], float(sum[i]) / 12.0f);
+        }
+
+        // Removing the last image empties the series and drops its map;
+        // removing from an empty series is harmless.
+        series.makeNUCDark();
+        QImage any = randomImage();
+        for (int k = 0; k < 13; ++k)
+            QVERIFY(series.update(mean, any, -1));
+        QCOMPARE(series.count, 0u);
+        QVERIFY(!series.meanBuffer && !series.remainder16 && !series.map);
     }
 };
 

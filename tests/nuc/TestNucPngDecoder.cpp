@@ -60,19 +60,6 @@ struct Png
     }
 };
 
-// A file as Qt's plug-in writes it: random samples, a resolution.
-QByteArray written(QImage::Format format)
-{
-    QImage image(301, 200, format);
-    for (int i = 0; i < image.sizeInBytes(); ++i)
-        image.bits()[i] = uchar(i * 2654435761u >> 24);
-    image.setDotsPerMeterX(5000);
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "png");
-    return buffer.data();
-}
-
 QByteArray withByteFlipped(QByteArray bytes, int at)
 {
     bytes[at] = char(bytes[at] ^ 0x10);
@@ -80,12 +67,9 @@ QByteArray withByteFlipped(QByteArray bytes, int at)
 }
 
 // Qt's plug-in, as NucImageInput takes its result.
-QImage qtImage(const QString& path, QImage buffer = QImage())
+QImage qtImage(const QString& path)
 {
-    QImageReader reader(path);
-    QImage image = std::move(buffer);
-    if (!reader.read(&image))
-        return QImage();
+    const QImage image = QImageReader(path).read();
     return image.format() == QImage::Format_Grayscale8 ? NucImageInput::toIndexedGrey(image)
                                                        : image;
 }
@@ -104,33 +88,27 @@ class TestNucPngDecoder : public QObject
     Q_OBJECT
 private slots:
     // What the decoder takes it decodes to Qt's image; what it declines, Qt
-    // decides as before (the loader then says what Qt says).
+    // decides as before (the loader then says what Qt says). Files written
+    // by Qt, in colour and cut short are in the image fuzz corpus, whose
+    // replay holds the decoder to Qt likewise.
     void sameAsQt_data()
     {
         QTest::addColumn<QByteArray>("file");
         QTest::addColumn<bool>("decodedHere");
 
-        Png every16, every8, resolution, large, text, srgb, gamma, transparent8;
-        every8.depth = gamma.depth = transparent8.depth = 8;
+        Png every16, every8, resolution, large, text, transparent8;
+        every8.depth = transparent8.depth = 8;
         resolution.before = chunk("prVt", "anything") + chunk("pHYs", QByteArray(9, 1));
         large.width = 1500;
         large.height = 900;
         large.piece = 8192;
         text.before = chunk("tEXt", QByteArray("Camera\0OX-1", 11));
-        srgb.before = chunk("sRGB", QByteArray(1, 0));
-        gamma.before = chunk("gAMA", be32(45455));
         transparent8.before = chunk("tRNS", QByteArray(2, 0));
         QTest::newRow("16-bit, every filter, odd width") << every16.bytes() << true;
         QTest::newRow("8-bit, every filter, padded rows") << every8.bytes() << true;
         QTest::newRow("ancillary chunks, resolution") << resolution.bytes() << true;
         QTest::newRow("16-bit, many blocks") << large.bytes() << true;
-        QTest::newRow("16-bit written by Qt") << written(QImage::Format_Grayscale16) << true;
-        QTest::newRow("8-bit written by Qt") << written(QImage::Format_Grayscale8) << true;
-        QTest::newRow("8-bit with gamma, dropped by the loader") << gamma.bytes() << true;
-        QTest::newRow("colour") << written(QImage::Format_RGB32) << false;
-        QTest::newRow("alpha") << written(QImage::Format_ARGB32) << false;
         QTest::newRow("16-bit with text") << text.bytes() << false;
-        QTest::newRow("16-bit with sRGB") << srgb.bytes() << false;
         QTest::newRow("8-bit with transparency") << transparent8.bytes() << false;
 
         const QByteArray good = every16.bytes();
@@ -165,23 +143,6 @@ private slots:
         const QImage loaded = NucImageInput::loadImage(path, &error);
         QVERIFY(sameImage(loaded, expected));
         QCOMPARE(error.isEmpty(), !expected.isNull());
-    }
-
-    // An image handed in is decoded into when it is not shared, and keeps
-    // what the file does not set, as with Qt's plug-in.
-    void reusedBufferAsQt()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("image.png");
-        QVERIFY(writeFile(path, Png().bytes())); // no resolution chunk
-        QImage buffer(67, 11, QImage::Format_Grayscale16), image;
-        buffer.setDotsPerMeterX(1234);
-        buffer.setOffset(QPoint(3, 4));
-        const QImage expected = qtImage(path, buffer.copy());
-        const uchar* memory = buffer.constBits();
-        QVERIFY(NucPngDecoder::decode(path, &image, &buffer));
-        QVERIFY(buffer.isNull() && image.constBits() == memory);
-        QVERIFY(sameImage(image, expected));
     }
 };
 

@@ -136,6 +136,17 @@ bool NUShadingParams::update16bit(QImage& meanImage, QImage& image, int mode)
     return true;
 }
 
+float NUShadingParams::mean()
+{
+    if (!meanBuffer || width == 0 || height == 0)
+        return 0.0f;
+    const quint32 pixels = pixelCount();
+    double sum = 0.0;
+    for (quint32 i = 0; i < pixels; ++i)
+        sum += meanBuffer[i];
+    return float(sum / qint32(pixels));
+}
+
 void NUShadingParams::updateTargetParam(float gain, unsigned short offset)
 {
     targetGain = gain;
@@ -158,6 +169,40 @@ void NUShadingParams::makeNUCDark()
     // nearly saturated dark pixels (above 200) are left uncorrected on purpose.
     NucKernels::best().darkMap8(map.get(), meanBuffer.get(), pixels, float(offsetStep),
                                 float(targetOffset), qint32(offsetLevels));
+}
+
+void NUShadingParams::makeNUCDark16()
+{
+    if (!meanBuffer || width == 0 || height == 0) {
+        map.reset();
+        return;
+    }
+    const quint32 pixels = pixelCount();
+    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
+        return;
+    const float s = float(offsetStep);
+    const float o = float(targetOffset) * s;
+    const qint32 levels = qint32(offsetLevels);
+    for (quint32 i = 0; i < pixels; ++i) {
+        const qint32 code = std::clamp(qint32((meanBuffer[i] - o) / s), 0, levels - 1);
+        map[i] = float(code) * s;
+    }
+}
+
+bool NUShadingParams::makeNUCBright(float* darkMap)
+{
+    if (!darkMap || !meanBuffer || width == 0 || height == 0)
+        return false;
+    const quint32 pixels = pixelCount();
+    for (quint32 i = 0; i < pixels; ++i)
+        meanBuffer[i] -= darkMap[i];
+    const float target = mean() * targetGain;
+    if (!NucLargeBuffer::reuseOrAllocate(map, pixels))
+        return false;
+    // The correction only brightens: gains below 1 become 1, above 2 become 2,
+    // a zero mean gets 2, and NaN passes through unchanged.
+    NucKernels::best().gainMap(map.get(), meanBuffer.get(), pixels, target);
+    return true;
 }
 
 bool NUShadingParams::copyRunningMeanFrom(const NUShadingParams& other)

@@ -33,11 +33,20 @@ public:
     bool update8bit(QImage& meanImage, QImage& image, int mode);
     bool update16bit(QImage& meanImage, QImage& image, int mode);
 
+    // Average of meanBuffer, summed in double in index order; 0 when empty.
+    float mean();
+
     void updateTargetParam(float targetGain, unsigned short targetOffset);
 
-    // Offset map of an 8-bit dark series (stores code / step); a 16-bit one
-    // is made with the subtraction from the bright mean (NucMapGeneration).
+    // The maps one step at a time. NucMapGeneration makes the same maps in
+    // fewer passes (makeNUCDark16 and the subtraction in one); these steps
+    // are the definition it is held to.
+    // Offset map of an 8-bit dark series (stores code / step).
     void makeNUCDark();
+    // Offset map of a 16-bit dark series (stores code * step).
+    void makeNUCDark16();
+    // Gain map of the bright series; subtracts darkMap from meanBuffer in place.
+    bool makeNUCBright(float* darkMap);
 
     // Releases all three buffers and empties the series; size and targets stay.
     void clear();

@@ -17,16 +17,11 @@
 #include "NucImageInput.h"
 #include "NucMapFile.h"
 #include "OxCamera.h"
-
-#include <Hvx/Camera.h>
-#include <Hvx/HvSystem.h>
+#include "SimBenchCamera.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
 
 #include <cstdio>
 
@@ -34,16 +29,14 @@ namespace {
 
 const char* const CameraId = "BENCH-CAM-1";
 
-bool writeConfiguration(const QTemporaryDir& dir)
+// The simulated camera of the run, as an entry of the simulator's configuration.
+QJsonObject cameraEntry()
 {
     QJsonObject slot{{"selector", "ShadingMap0"}, {"kind", "shadingMap"}, {"chunkId", 8193}};
-    QJsonObject camera{{"id", CameraId},          {"transport", "GigE"},
-                       {"width", Bench::Width},   {"height", Bench::Height},
-                       {"pixelFormat", "Mono16"}, {"shadingControl", true},
+    return QJsonObject{{"id", CameraId},           {"transport", "GigE"},
+                       {"width", Bench::Width},    {"height", Bench::Height},
+                       {"pixelFormat", "Mono16"},  {"shadingControl", true},
                        {"files", QJsonArray{slot}}};
-    QFile file(dir.filePath("sim.json"));
-    return file.open(QIODevice::WriteOnly) &&
-           file.write(QJsonDocument(QJsonObject{{"cameras", QJsonArray{camera}}}).toJson()) > 0;
 }
 
 // Frames into a fresh series per round.
@@ -100,62 +93,49 @@ int main(int argc, char** argv)
     }
     std::fprintf(stderr, "%s on %s\n", qPrintable(name), qPrintable(Bench::machine()));
 
-    QTemporaryDir dir;
-    if (!dir.isValid() || !writeConfiguration(dir) || !QDir(dir.path()).mkpath("state"))
-        return 1;
-    qputenv("HVX_SIM_CONFIG", QFile::encodeName(dir.filePath("sim.json")));
-    qputenv("HVX_SIM_STATE", QFile::encodeName(dir.filePath("state")));
-    Hvx::HvSystem& system = Hvx::HvSystem::GetInstance();
-    if (system.Startup() != HvErrorSuccess)
-        return 1;
+    SimBenchCamera sim(cameraEntry());
     int status = 1;
-    {
-        Hvx::CameraPtr handle;
-        if (system.GetCameraByID(CameraId, handle) != HvErrorSuccess || !handle ||
-            handle->Open(HvAccessModeFull) != HvErrorSuccess) {
-            std::fprintf(stderr, "%s: cannot open the simulated camera\n", qPrintable(name));
-        } else {
-            OxCamera camera(handle, nullptr);
-            // A map that is not neutral, so the corrected side costs what it does.
-            QVector<quint16> words(int(Bench::Pixels));
-            for (int i = 0; i < words.size(); ++i)
-                words[i] = quint16((200 + (i * 2654435761u >> 24)) | 48 << 10);
-            const QByteArray map = NucMapFile::binFile(8193, Bench::Width, Bench::Height, words);
-            long written = 0;
-            bool ok = camera.UploadBuffer(std::vector<unsigned char>(map.begin(), map.end()), "",
-                                          "ShadingMap0", &written) &&
-                      written == long(map.size());
-            std::vector<double> rates;
-            for (int r = 0; ok && r <= rounds; ++r) { // round 0 only warms up
-                double seconds = 0.0, grabbing = 0.0;
-                if (name == "acquire_sim_12mp") {
-                    ok = acquireRound(camera, frames, &seconds, &grabbing);
-                    if (ok && r > 0)
-                        std::fprintf(stderr, "  round %d: %.2f fps (%.0f ms a frame from the "
-                                             "camera, %.0f ms into the series)\n",
-                                     r, frames / seconds, grabbing / frames * 1e3,
-                                     (seconds - grabbing) / frames * 1e3);
-                } else {
-                    ok = verifyRound(camera, frames, words, &seconds);
-                    if (ok && r > 0)
-                        std::fprintf(stderr, "  round %d: %.2f fps (%.2f s)\n", r,
-                                     2 * frames / seconds, seconds);
-                }
+    if (!sim.camera()) {
+        std::fprintf(stderr, "%s: cannot open the simulated camera\n", qPrintable(name));
+    } else {
+        OxCamera& camera = *sim.camera();
+        // A map that is not neutral, so the corrected side costs what it does.
+        QVector<quint16> words(int(Bench::Pixels));
+        for (int i = 0; i < words.size(); ++i)
+            words[i] = quint16((200 + (i * 2654435761u >> 24)) | 48 << 10);
+        const QByteArray map = NucMapFile::binFile(8193, Bench::Width, Bench::Height, words);
+        long written = 0;
+        bool ok = camera.UploadBuffer(std::vector<unsigned char>(map.begin(), map.end()), "",
+                                      "ShadingMap0", &written) &&
+                  written == long(map.size());
+        std::vector<double> rates;
+        for (int r = 0; ok && r <= rounds; ++r) { // round 0 only warms up
+            double seconds = 0.0, grabbing = 0.0;
+            if (name == "acquire_sim_12mp") {
+                ok = acquireRound(camera, frames, &seconds, &grabbing);
                 if (ok && r > 0)
-                    rates.push_back((name == "acquire_sim_12mp" ? frames : 2 * frames) / seconds);
-            }
-            if (!ok) {
-                std::fprintf(stderr, "%s: a round failed\n", qPrintable(name));
+                    std::fprintf(stderr,
+                                 "  round %d: %.2f fps (%.0f ms a frame from the "
+                                 "camera, %.0f ms into the series)\n",
+                                 r, frames / seconds, grabbing / frames * 1e3,
+                                 (seconds - grabbing) / frames * 1e3);
             } else {
-                const double fps = Bench::median(rates);
-                Bench::printResult(name, fps, "fps",
-                                   {QString("vs_target=%1").arg(fps / 10.0, 0, 'f', 2)});
-                status = 0;
+                ok = verifyRound(camera, frames, words, &seconds);
+                if (ok && r > 0)
+                    std::fprintf(stderr, "  round %d: %.2f fps (%.2f s)\n", r, 2 * frames / seconds,
+                                 seconds);
             }
+            if (ok && r > 0)
+                rates.push_back((name == "acquire_sim_12mp" ? frames : 2 * frames) / seconds);
         }
-        if (handle)
-            handle->Close();
+        if (!ok) {
+            std::fprintf(stderr, "%s: a round failed\n", qPrintable(name));
+        } else {
+            const double fps = Bench::median(rates);
+            Bench::printResult(name, fps, "fps",
+                               {QString("vs_target=%1").arg(fps / 10.0, 0, 'f', 2)});
+            status = 0;
+        }
     }
-    system.Shutdown();
     return status;
 }
